@@ -1,0 +1,124 @@
+/* The platform layer (libOrvikPlatform): wide-to-8-bit conversion, diagnostics, whole-file
+ * access, and the small shims that give the Windows C runtime's observable behaviour on glibc.
+ *
+ * Every function has C linkage.  Wide text is UTF-16: one code unit per wchar_t, never a value
+ * above 0xFFFF.  Nothing here depends on orvik_base. */
+#ifndef ORVIK_PLATFORM_KRPLATFORM_H
+#define ORVIK_PLATFORM_KRPLATFORM_H
+
+#include <stdarg.h>
+#include <stddef.h>
+#include <wchar.h>
+
+#include "platform/KrTypes.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---------------------------------------------------------------------------------------------
+ * Wide to 8-bit conversion
+ * ------------------------------------------------------------------------------------------- */
+
+/* Converts UTF-16 text to UTF-8 (utf8 true) or to the 8-bit Latin-1 page (utf8 false, every
+ * unit above 0xFF becomes '?').
+ *   srcLength  -1: the source runs to its zero unit, which is converted and counted too;
+ *              otherwise exactly that many units are converted and no terminator is added.
+ *   dst null or dstSize 0: nothing is written, the result is the size needed in bytes.
+ * Returns the number of bytes written (terminator included when srcLength is -1), or 0 on
+ * failure: null source, a length below -1, or a buffer too small for the whole output (the
+ * buffer may then hold a partial result).  In UTF-8 mode a surrogate pair becomes one four-byte
+ * sequence and a lone surrogate becomes U+FFFD. */
+ORVIK_PLATFORM_API int KR_WChar2Char(const wchar_t *src, int srcLength, char *dst, kr_int64 dstSize,
+                                     bool utf8);
+
+/* ---------------------------------------------------------------------------------------------
+ * Diagnostics
+ * ------------------------------------------------------------------------------------------- */
+
+/* kind: 0 for an assertion (DiagAssertW), 1 for a running diagnostic (DiagOutputExW).
+   condition: the condition text as written in the code (empty for kind 1).
+   message: the fully formatted message.  source: e.g. L"variant/CKrVariant".  */
+typedef void (*KrDiagHandler)(void *user, int kind, const wchar_t *condition,
+                              const wchar_t *message, const wchar_t *source, int line);
+/* Installs a handler for the whole process (null restores the default); returns the previous one. */
+ORVIK_PLATFORM_API KrDiagHandler KR_SetDiagHandler(KrDiagHandler handler, void *user);
+
+/* Reports misuse and returns; the caller goes on with its fallback.  `format` follows the
+ * Windows wide printf conventions ("%s" takes a wide string, see KR_vswprintf).  Without a
+ * handler one line goes to standard error:
+ *   orvik: <source>(<line>): <message> [<condition>]
+ * ORVIK_DIAG=quiet silences the default output, ORVIK_DIAG=abort aborts after reporting. */
+ORVIK_PLATFORM_API void DiagAssertW(const wchar_t *condition, const wchar_t *source, int line,
+                                    const wchar_t *format, ...);
+/* A running diagnostic: same formatting, kind 1, no condition; the default line has no
+ * bracketed condition. ORVIK_DIAG=quiet silences it as well. */
+ORVIK_PLATFORM_API void DiagOutputExW(const wchar_t *source, int line, const wchar_t *format, ...);
+
+/* Checks `cond`; when it is false, reports it with its text as written, the source path and the
+ * current line.  Evaluates `cond` exactly once.  Usage:
+ *   KR_ASSERTW(index < count, L"variant/CKrList", L"Error: index %d out of range", index); */
+#define KR_ASSERTW(cond, source, ...)                                                              \
+    do {                                                                                           \
+        if (!(cond)) DiagAssertW(KR_WIDEN(#cond), source, __LINE__, __VA_ARGS__);                  \
+    } while (0)
+
+/* ---------------------------------------------------------------------------------------------
+ * Whole-file access.  Handles are non-negative; every failure is a negative code:
+ *   -1 bad argument (null path, bad handle, null buffer with a non-zero size),
+ *   -2 the file could not be opened, -3 a read or write failed.
+ * ------------------------------------------------------------------------------------------- */
+
+enum { KR_FILE_READ = 0, KR_FILE_WRITE = 1 /* create or truncate */ };
+
+ORVIK_PLATFORM_API int KR_OpenFile(const wchar_t *path, int mode);
+/* Size in bytes of an open file, or a negative code. */
+ORVIK_PLATFORM_API kr_int64 KR_GetFileSize(int handle);
+/* Reads up to `size` bytes (fewer only at the end of the file); returns the count read. */
+ORVIK_PLATFORM_API kr_int64 KR_ReadFile(int handle, void *buffer, kr_int64 size);
+/* Writes all `size` bytes; returns the count written. */
+ORVIK_PLATFORM_API kr_int64 KR_WriteFile(int handle, const void *buffer, kr_int64 size);
+ORVIK_PLATFORM_API int KR_CloseFile(int handle);
+
+/* ---------------------------------------------------------------------------------------------
+ * Windows C runtime behaviour on glibc
+ * ------------------------------------------------------------------------------------------- */
+
+/* mbstowcs / wcstombs as the Windows runtime does them: in the "C" locale (codeset
+ * ANSI_X3.4-1968) bytes and units are copied one for one (0x00..0xFF; a unit above 0xFF stops
+ * KR_wcstombs with (size_t)-1); in any other locale the C library's real conversion is used.
+ * A null destination measures.  Results and partial output follow mbstowcs / wcstombs. */
+ORVIK_PLATFORM_API size_t KR_mbstowcs(wchar_t *dst, const char *src, size_t count);
+ORVIK_PLATFORM_API size_t KR_wcstombs(char *dst, const wchar_t *src, size_t count);
+
+/* Wide printf with the Windows conventions: "%s" and "%c" take wide arguments, "%hs", "%hc",
+ * "%S" and "%C" narrow ones, "%ls"/"%lc"/"%ws" wide; "%I64d", "%I32d" and "%Id" size prefixes
+ * are understood; "%p" prints 16 upper-case hex digits.  Returns the length written (without
+ * the terminator) or -1 when the buffer is too small or the formatter fails. */
+ORVIK_PLATFORM_API int KR_vswprintf(wchar_t *buffer, size_t count, const wchar_t *format,
+                                    va_list args);
+ORVIK_PLATFORM_API int KR_swprintf(wchar_t *buffer, size_t count, const wchar_t *format, ...);
+/* Narrow printf with the same size prefixes and "%p" form ("%s" is narrow, "%S" wide). */
+ORVIK_PLATFORM_API int KR_vsnprintf(char *buffer, size_t count, const char *format, va_list args);
+
+/* Formats into a per-thread scratch buffer owned by the platform layer and returns its length
+ * (L >= 0) with *out pointing at L units followed by a zero, valid until the thread's next call
+ * of the same function; returns -1 (and *out null) when the formatter fails.  No length limit
+ * other than memory.  This is the measuring step of the string classes' Format. */
+ORVIK_PLATFORM_API int KR_FormatScratchW(const wchar_t **out, const wchar_t *format, va_list args);
+ORVIK_PLATFORM_API int KR_FormatScratchA(const char **out, const char *format, va_list args);
+
+/* _stricmp / _wcsicmp: compare the lower-cased characters (current locale); the result is the
+ * difference of the first lower-cased pair that differs (<0, 0, >0). */
+ORVIK_PLATFORM_API int KR_stricmp(const char *a, const char *b);
+ORVIK_PLATFORM_API int KR_wcsicmp(const wchar_t *a, const wchar_t *b);
+
+/* Global memory status: total and available physical memory in bytes.  Returns 0, or -1 when
+ * the system does not tell (both outputs then 0).  Either pointer may be null. */
+ORVIK_PLATFORM_API int KR_GetPhysMemory(kr_uint64 *total, kr_uint64 *available);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
