@@ -16,11 +16,20 @@ struct DiagRecord {
     int line;
 };
 
-// Installs itself as the process-wide handler; restores the previous one when destroyed.
+// Installs a process-wide handler while at least one capture lives; the newest capture receives
+// every report (captures nest).  The previous handler is restored when the last one goes.
 class DiagCapture {
 public:
-    DiagCapture() { previous_ = KR_SetDiagHandler(&DiagCapture::handle, this); }
-    ~DiagCapture() { KR_SetDiagHandler(previous_, nullptr); }
+    DiagCapture() {
+        std::lock_guard<std::mutex> guard(stackLock());
+        if (stack().empty()) previous() = KR_SetDiagHandler(&DiagCapture::handle, nullptr);
+        stack().push_back(this);
+    }
+    ~DiagCapture() {
+        std::lock_guard<std::mutex> guard(stackLock());
+        stack().pop_back();
+        if (stack().empty()) KR_SetDiagHandler(previous(), nullptr);
+    }
     DiagCapture(const DiagCapture &) = delete;
     DiagCapture &operator=(const DiagCapture &) = delete;
 
@@ -46,16 +55,32 @@ public:
     }
 
 private:
-    static void handle(void *user, int kind, const wchar_t *condition, const wchar_t *message,
+    static std::mutex &stackLock() {
+        static std::mutex m;
+        return m;
+    }
+    static std::vector<DiagCapture *> &stack() {
+        static std::vector<DiagCapture *> s;
+        return s;
+    }
+    static KrDiagHandler &previous() {
+        static KrDiagHandler p = nullptr;
+        return p;
+    }
+    static void handle(void *, int kind, const wchar_t *condition, const wchar_t *message,
                        const wchar_t *source, int line) {
-        auto *self = static_cast<DiagCapture *>(user);
+        DiagCapture *self;
+        {
+            std::lock_guard<std::mutex> guard(stackLock());
+            if (stack().empty()) return;
+            self = stack().back();
+        }
         std::lock_guard<std::mutex> guard(self->lock_);
         self->records_.push_back({kind, condition, message, source, line});
     }
 
     mutable std::mutex lock_;
     std::vector<DiagRecord> records_;
-    KrDiagHandler previous_ = nullptr;
 };
 
 #endif

@@ -1,0 +1,87 @@
+// Diagnostics reach an installed handler with kind, condition, formatted message, source, line.
+#include <gtest/gtest.h>
+
+#include "common/DiagCapture.h"
+#include "platform/KrPlatform.h"
+
+namespace {
+
+int checkedHalf(int value) {
+    KR_ASSERTW(value % 2 == 0, L"tests/Half", L"Error: %d is odd (%s)", value, L"wide arg");
+    return value / 2;
+}
+
+}  // namespace
+
+TEST(Diagnostics, AssertionReachesHandlerWithAllFields) {
+    DiagCapture capture;
+    const int line = __LINE__ + 1;
+    DiagAssertW(L"a != b", L"variant/CKrList", line, L"Error: %s has %d items", L"list", 3);
+    auto records = capture.records();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].kind, 0);
+    EXPECT_EQ(records[0].condition, L"a != b");
+    EXPECT_EQ(records[0].message, L"Error: list has 3 items");
+    EXPECT_EQ(records[0].source, L"variant/CKrList");
+    EXPECT_EQ(records[0].line, line);
+}
+
+TEST(Diagnostics, AssertMacroReportsConditionTextOnlyWhenFalse) {
+    DiagCapture capture;
+    EXPECT_EQ(checkedHalf(4), 2);
+    EXPECT_EQ(capture.count(), 0u);
+    EXPECT_EQ(checkedHalf(5), 2);
+    auto records = capture.records();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].condition, L"value % 2 == 0");
+    EXPECT_EQ(records[0].message, L"Error: 5 is odd (wide arg)");
+    EXPECT_EQ(records[0].source, L"tests/Half");
+    EXPECT_GT(records[0].line, 0);
+}
+
+TEST(Diagnostics, RunningOutputHasKindOneAndNoCondition) {
+    DiagCapture capture;
+    DiagOutputExW(L"xmltree/XmlTree", 42, L"parsed %hs in %I64d ms", "file.xml", (long long)17);
+    auto records = capture.records();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].kind, 1);
+    EXPECT_EQ(records[0].condition, L"");
+    EXPECT_EQ(records[0].message, L"parsed file.xml in 17 ms");
+    EXPECT_EQ(records[0].line, 42);
+}
+
+TEST(Diagnostics, NestedCapturesAndHandlerReplacement) {
+    DiagCapture outer;
+    {
+        DiagCapture inner;
+        DiagAssertW(L"x", L"s", 1, L"inner");
+        EXPECT_EQ(inner.count(), 1u);
+    }
+    DiagAssertW(L"x", L"s", 2, L"outer");
+    EXPECT_EQ(outer.count(), 1u);
+
+    // A handler of one's own receives its user pointer; setting returns the previous handler.
+    struct Counter {
+        static void handle(void *user, int, const wchar_t *, const wchar_t *, const wchar_t *, int) {
+            ++*static_cast<int *>(user);
+        }
+    };
+    int hits = 0;
+    KrDiagHandler before = KR_SetDiagHandler(&Counter::handle, &hits);
+    EXPECT_NE(before, nullptr);
+    DiagOutputExW(L"s", 3, L"counted");
+    EXPECT_EQ(hits, 1);
+    EXPECT_EQ(KR_SetDiagHandler(before, nullptr), &Counter::handle);
+    DiagOutputExW(L"s", 4, L"back to capture");
+    EXPECT_EQ(hits, 1);
+    EXPECT_EQ(outer.count(), 2u);
+}
+
+TEST(Diagnostics, NullFormatAndSourceDoNotCrash) {
+    DiagCapture capture;
+    DiagAssertW(nullptr, nullptr, 7, nullptr);
+    auto records = capture.records();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].message, L"");
+    EXPECT_EQ(records[0].source, L"");
+}
