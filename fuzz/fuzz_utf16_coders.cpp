@@ -1,6 +1,7 @@
 // UTF-16 copying on arbitrary units.  Invariants: the result is true exactly when no surrogate
 // comes before the end; the output never has more units than were read; WtoUTF16 measures and
 // copies consistently.
+// fuzz-link: strings
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -12,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size < 1) return 0;
     const int count = static_cast<int8_t>(data[0]);  // -128..127, -1 means terminated
     std::vector<unsigned short> units((size - 1) / 2);
-    std::memcpy(units.data(), data + 1, units.size() * 2);
+    if (!units.empty()) std::memcpy(units.data(), data + 1, units.size() * 2);
     if (count == -1) units.push_back(0);  // a terminated input must be terminated
     const size_t available = units.size();
     const int usable = count == -1 ? -1 : (count > static_cast<int>(available) ? static_cast<int>(available) : count);
@@ -26,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         if (units[end] >= 0xD800 && units[end] <= 0xDFFF) surrogate = true;
         ++end;
     }
-    if (usable >= 0 && usable < 1) end = 0, surrogate = false;
+    if (usable != -1 && usable < 1) end = 0, surrogate = false;  // nothing is read
     if (ok == surrogate) std::abort();
     if (out.GetLength() > end) std::abort();
 
