@@ -1,0 +1,57 @@
+// Feeds arbitrary bytes to the Base64 decoders (8-bit and wide forms, fast and virtual paths)
+// and checks what must hold for any input:
+//   - both paths give the same length and bytes;
+//   - the wide form, fed the same bytes as units, gives the same result as the 8-bit form;
+//   - the decoded length stays within what the filtered text can produce;
+//   - encoding the input and decoding that text gives the input back.
+// fuzz-link: types strings
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "types/Base64Coder.h"
+
+namespace {
+class VirtualPathCoder : public Base64Coder {};
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    if (size > (1u << 20)) return 0;
+    auto const n = static_cast<unsigned int>(size);
+
+    Base64Coder fast;
+    VirtualPathCoder slow;
+    fast.DecodeA(data, n);
+    slow.DecodeA(data, n);
+    size_t nf = 0, ns = 0;
+    unsigned char const *pf = fast.DecodedBuffer(&nf);
+    unsigned char const *ps = slow.DecodedBuffer(&ns);
+    if (pf == nullptr || ps == nullptr || nf != ns || std::memcmp(pf, ps, nf) != 0) __builtin_trap();
+    unsigned int kept = 0;
+    fast.EncodedBuffer(&kept);
+    if (kept > size || nf > size_t(kept) / 4 * 3 + 3) __builtin_trap();
+
+    // The wide form reads the low byte of each unit; a zero byte ends its text.
+    size_t const wideLen = strnlen(reinterpret_cast<char const *>(data), size);
+    std::vector<wchar_t> wide(wideLen + 1, 0);
+    for (size_t i = 0; i < wideLen; ++i) wide[i] = static_cast<wchar_t>(data[i] | (i % 5 == 0 ? 0x300 : 0));
+    Base64Coder w, a;
+    w.DecodeW(wide.data());
+    a.DecodeA(data, static_cast<unsigned int>(wideLen));
+    size_t nw = 0, na = 0;
+    unsigned char const *pw = w.DecodedBuffer(&nw);
+    unsigned char const *pa = a.DecodedBuffer(&na);
+    if (nw != na || std::memcmp(pw, pa, nw) != 0) __builtin_trap();
+
+    Base64Coder enc, dec;
+    enc.Encode(data, size);
+    unsigned int tn = 0;
+    unsigned char const *text = enc.EncodedBuffer(&tn);
+    if (tn != (size + 2) / 3 * 4) __builtin_trap();
+    dec.DecodeA(text, tn);
+    size_t back = 0;
+    unsigned char const *raw = dec.DecodedBuffer(&back);
+    if (back != size || (size && std::memcmp(raw, data, size) != 0)) __builtin_trap();
+    return 0;
+}
