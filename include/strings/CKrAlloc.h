@@ -13,9 +13,10 @@ public:
     // Flag bit: zero-fill the new block (Alloc) or the grown part (ReAlloc).
     static constexpr unsigned int kZeroFill = 8;
 
-    // Aligned block of `size` bytes; null for size 0 or when memory runs out.
+    // Aligned block of `size` bytes; null for size 0 or when memory runs out.  The alignment is
+    // at least 16 and rounded up to a power of two (0 or 3 give 16, 48 gives 64).
     static void *Alloc(unsigned int flags, size_t size, size_t alignment = 16);
-    // null p: Alloc(flags, size, 16).  size 0: Free(p), returns null.  A block registered as
+    // null p: Alloc(flags, size, alignment).  size 0: Free(p), returns null.  A block registered as
     // taken shared-pointer data is released from the registry and a fresh, uncopied block is
     // returned.  Otherwise the block is resized keeping its contents (null on failure, the old
     // block then stays valid).
@@ -24,7 +25,8 @@ public:
     static void Free(void *p);
     static void FreeAndSetNull(void *&p);
     static void FreeAndSetNull(void **p);  // a null argument is accepted
-    // Usable size of a block from Alloc/ReAlloc (0 for null).
+    // Usable size of a block from Alloc/ReAlloc (0 for null and for registered shared-pointer
+    // data, whose size is not known here).
     static size_t Size(void *p, size_t alignment = 16);
     static bool IsBadPtr(void *p, size_t size);     // always false
     static unsigned int CheckAllMemory();           // always 1

@@ -49,7 +49,9 @@ public:
     CKrStringA const &operator=(char c);
     CKrStringA const &operator=(char const *text);     // null empties; own buffer is a no-op
     CKrStringA const &operator=(wchar_t const *text);  // wcstombs; null empties
-    CKrStringA const &operator=(wchar_t c);            // wcstombs, output sized by a measuring call
+    // wcstombs, output sized by a measuring call; a unit the locale cannot represent (or 0)
+    // leaves the string empty.
+    CKrStringA const &operator=(wchar_t c);
 
     // ---- access ------------------------------------------------------------------------
     size_t GetLength() const;
@@ -101,15 +103,18 @@ public:
     CKrStringA &AddString(char const *text);
     CKrStringA &AddString(wchar_t const *text);
     CKrStringA &AddInt(int value);
-    // Fixed notation with exactly `digits` decimals, classic locale ("." separator).
+    // Fixed notation with exactly `digits` decimals, classic locale ("." separator) whatever the
+    // global locale; a negative `digits` gives six decimals (the stream's default).
     CKrStringA &AddDouble(double value, int digits);
     // printf-style.  Measures once and allocates once; when the formatter fails the string keeps
     // its previous contents.  "%I64d" and friends are accepted, "%S" takes a wide string.
     CKrStringA &Format(char const *format, ...);
     CKrStringA &AppendFormat(char const *format, ...);
     CKrStringA &FormatV(char const *format, va_list args);
-    // `text` must not be null.  pos > length: nothing; pos == length: append (count < 0: all);
-    // otherwise insert the first `count` characters (all when count < 0 or too large).
+    // pos > length: nothing; pos == length: append; otherwise insert at pos.  The first `count`
+    // characters of `text` go in, all of them when count < 0 or count exceeds the text's length
+    // (the count never reaches past the terminator).  A null `text` is misuse: reported through
+    // DiagAssertW (source "strings/CKrStringA") and nothing changes.
     CKrStringA &Insert(char const *text, size_t pos, int count = -1);
     // Removes min(count, length - pos) at pos; count < 0 removes to the end; pos > length: no-op.
     CKrStringA &Delete(size_t pos, int count = 1);
@@ -143,10 +148,12 @@ public:
 
     // ---- comparison ---------------------------------------------------------------------
     int Compare(char const *text) const;        // exactly -1, 0 or 1
-    int CompareNoCase(char const *text) const;  // exactly -1, 0 or 1 (_stricmp)
+    int CompareNoCase(char const *text) const;  // exactly -1, 0 or 1 (_stricmp); null as in Compare
     bool Equals(CKrStringA const &text) const;
     bool Equals(char const *text) const;
-    bool Equals(wchar_t const *text) const;  // the argument is converted with wcstombs first
+    // The wide argument is converted with wcstombs first; a null wide pointer follows the same
+    // null rule as a null char pointer.
+    bool Equals(wchar_t const *text) const;
     bool Less(CKrStringA const &text) const;
     bool Less(char const *text) const;
     bool Less(wchar_t const *text) const;
@@ -165,6 +172,9 @@ private:
     friend CKrStringA operator+(CKrStringA const &, char const *);
     friend CKrStringA operator+(char, CKrStringA const &);
     friend CKrStringA operator+(char const *, CKrStringA const &);
+    friend CKrStringA operator+(CKrStringA &&, CKrStringA const &);
+    friend CKrStringA operator+(CKrStringA &&, char);
+    friend CKrStringA operator+(CKrStringA &&, char const *);
 
     // Reserves `capacity` and stays empty: the building block of concatenation.
     explicit CKrStringA(size_t capacity);
@@ -200,5 +210,11 @@ ORVIK_API CKrStringA operator+(CKrStringA const &a, char b);
 ORVIK_API CKrStringA operator+(CKrStringA const &a, char const *b);
 ORVIK_API CKrStringA operator+(char a, CKrStringA const &b);
 ORVIK_API CKrStringA operator+(char const *a, CKrStringA const &b);
+// A temporary left operand lends its buffer to the result, so a chain a + b + c allocates about
+// once instead of once per operator.  Same result as the overloads above (embedded zeros of the
+// left operand are kept).
+ORVIK_API CKrStringA operator+(CKrStringA &&a, CKrStringA const &b);
+ORVIK_API CKrStringA operator+(CKrStringA &&a, char b);
+ORVIK_API CKrStringA operator+(CKrStringA &&a, char const *b);
 
 #endif

@@ -31,7 +31,9 @@ public:
     CKrStringW(CKrStringW const &other);  // copies up to the first zero unit
     CKrStringW(CKrStringW &&other) noexcept;  // as the copy (up to the first zero); leaves other empty
     CKrStringW(std::wstring const &text);  // the whole standard string, embedded zeros kept
-    CKrStringW(QString const &text);       // QString::toStdWString
+    // QString members copy UTF-16 units one for one: QString::toStdWString / fromStdWString
+    // would produce or expect UTF-32 with this platform's 32-bit wchar_t.
+    CKrStringW(QString const &text);
     // Reserves `capacity` when non-zero, then converts with mbstowcs; null gives empty.
     CKrStringW(char const *text, size_t capacity = 0);
     // Reserves, then copies up to the first zero; null gives empty.
@@ -54,7 +56,7 @@ public:
     wchar_t const *GetString() const;  // never null; valid until the next change
     operator wchar_t const *() const;
     std::wstring const &GetStdString() const;
-    QString GetQString() const;  // QString::fromStdWString
+    QString GetQString() const;  // units one for one (see the QString constructor)
     wchar_t operator[](size_t index) const;  // 0 at or beyond the length
     template <std::integral I>
     wchar_t operator[](I index) const {
@@ -66,12 +68,15 @@ public:
     // No locale: each unit below 256 becomes that byte, any other "?".  Copies min(size,
     // length) units, writes a zero at min(length, size - 1) and returns that position.  Null
     // buffer or size 0 returns 0.
+    // A negative size is treated like 0.
     int64_t CopyToBufferA(char *buffer, int size);
     // Copies min(length, size) units, writes a zero at min(length, size - 1), returns that.
     size_t CopyToBufferW(wchar_t *buffer, int size);
     int Count(wchar_t c) const;
 
     // ---- search (not found: -1) ----------------------------------------------------------
+    // A negative int start is taken as unsigned: beyond the end, so nothing is found (except
+    // ReverseFind*, where it means "from the last unit").
     int Find(wchar_t c, size_t start = 0) const;
     int Find(wchar_t const *pattern, int start = 0) const;
     int FindNoCase(wchar_t c, int start = 0) const;
@@ -94,13 +99,14 @@ public:
     CKrStringW &AddString(char const *text);
     CKrStringW &AddString(wchar_t const *text);
     CKrStringW &AddInt(int value);
-    CKrStringW &AddDouble(double value, int digits);
+    CKrStringW &AddDouble(double value, int digits);  // as CKrStringA::AddDouble
     // printf-style with the Windows wide conventions: "%s" and "%c" take wide arguments,
     // "%hs"/"%S" narrow ones.  Measures once, allocates once; on a formatter failure the string
     // keeps its previous contents.
     CKrStringW &Format(wchar_t const *format, ...);
     CKrStringW &AppendFormat(wchar_t const *format, ...);
     CKrStringW &FormatV(wchar_t const *format, va_list args);
+    // As CKrStringA::Insert (a null text is reported with source "strings/CKrStringW").
     CKrStringW &Insert(wchar_t const *text, size_t pos, int count = -1);
     CKrStringW &Delete(size_t pos, int count = 1);
     // A negative n is widened to an unsigned 64-bit count and so empties the string.
@@ -110,6 +116,7 @@ public:
     int Remove(wchar_t c);
     int Replace(wchar_t const *old, wchar_t const *replacement);
     int ReplaceNoCase(wchar_t const *old, wchar_t const *replacement);
+    // Negative pos or count fall outside the string (taken as unsigned): no-op.
     void ReplaceAt(int pos, int count, wchar_t const *text);
     CKrStringW &Trim(wchar_t const *set = nullptr);
     CKrStringW &TrimLeft(wchar_t const *set = nullptr);
@@ -120,7 +127,7 @@ public:
     CKrStringW &Empty();
     void Reset();
     void Clear();
-    void Preallocate(int capacity);
+    void Preallocate(int capacity);  // a negative capacity is ignored
 
     // ---- extraction (non-const, as exported) ----------------------------------------------
     CKrStringW Left(size_t n);
@@ -141,8 +148,12 @@ public:
     bool LessEqual(wchar_t const *text) const;
 
     // ---- UTF-8 ----------------------------------------------------------------------------
-    // Standard UTF-8 <-> UTF-16 code conversion; malformed input throws
-    // std::range_error("bad conversion").
+    // UTF-8 <-> UTF-16 with the standard facet (std::codecvt_utf8_utf16<wchar_t>): it accepts
+    // exactly what the facet accepts (with libstdc++ that includes a UTF-8-encoded surrogate,
+    // which becomes a lone surrogate unit).  Malformed input throws
+    // std::range_error("bad conversion"); unlike std::wstring_convert, an incomplete sequence
+    // at the end (or a trailing lone high surrogate) is malformed too, never silently dropped.
+    // Embedded zeros convert like any other character.
     static CKrStringW FromStdStringUtf8(std::string const &utf8);
     std::string ToStdStringUtf8();
 
@@ -152,6 +163,9 @@ private:
     friend CKrStringW operator+(CKrStringW const &, wchar_t);
     friend CKrStringW operator+(wchar_t const *, CKrStringW const &);
     friend CKrStringW operator+(wchar_t, CKrStringW const &);
+    friend CKrStringW operator+(CKrStringW &&, CKrStringW const &);
+    friend CKrStringW operator+(CKrStringW &&, wchar_t const *);
+    friend CKrStringW operator+(CKrStringW &&, wchar_t);
 
     explicit CKrStringW(size_t capacity);  // reserves and stays empty
 
@@ -182,6 +196,10 @@ ORVIK_API CKrStringW operator+(CKrStringW const &a, wchar_t const *b);
 ORVIK_API CKrStringW operator+(CKrStringW const &a, wchar_t b);
 ORVIK_API CKrStringW operator+(wchar_t const *a, CKrStringW const &b);
 ORVIK_API CKrStringW operator+(wchar_t a, CKrStringW const &b);
+// A temporary left operand lends its buffer to the result (see CKrStringA).
+ORVIK_API CKrStringW operator+(CKrStringW &&a, CKrStringW const &b);
+ORVIK_API CKrStringW operator+(CKrStringW &&a, wchar_t const *b);
+ORVIK_API CKrStringW operator+(CKrStringW &&a, wchar_t b);
 
 // Hashing over the units up to the first zero, consistent with operator==, so that strings can
 // key unordered containers.
