@@ -117,6 +117,50 @@ ORVIK_PLATFORM_API int KR_wcsicmp(const wchar_t *a, const wchar_t *b);
  * the system does not tell (both outputs then 0).  Either pointer may be null. */
 ORVIK_PLATFORM_API int KR_GetPhysMemory(kr_uint64 *total, kr_uint64 *available);
 
+
+/* ---------------------------------------------------------------------------------------------
+ * Time: the Windows runtime's 64-bit time functions on glibc (platform/KrTimeShims.cpp)
+ *
+ * Times are seconds since 1970-01-01 00:00:00 UTC.  Like the Windows runtime, the conversions
+ * accept only 0 <= t <= KR_MAX_TIME64 (3000-12-31 23:59:59 UTC); outside that range they fail
+ * instead of extrapolating, which is what the date-time class relies on to choose its own
+ * calendar path.  All of them are reentrant: results go to caller-supplied storage.
+ * ------------------------------------------------------------------------------------------- */
+
+struct tm;
+
+#define KR_MAX_TIME64 32535215999LL
+
+/* Local time with milliseconds, field for field like the Windows SYSTEMTIME record:
+ * wMonth 1..12, wDayOfWeek 0 = Sunday. */
+typedef struct KrSystemTime {
+    unsigned short wYear;
+    unsigned short wMonth;
+    unsigned short wDayOfWeek;
+    unsigned short wDay;
+    unsigned short wHour;
+    unsigned short wMinute;
+    unsigned short wSecond;
+    unsigned short wMilliseconds;
+} KrSystemTime;
+
+/* _time64: the current time; also stored in *out when out is not null. */
+ORVIK_PLATFORM_API kr_int64 KR_time64(kr_int64 *out);
+/* _localtime64 / _gmtime64: break *t down into *out (local time with daylight saving, or UTC).
+ * Return out, or null (out untouched) for a null argument or t outside 0..KR_MAX_TIME64. */
+ORVIK_PLATFORM_API struct tm *KR_localtime64(const kr_int64 *t, struct tm *out);
+ORVIK_PLATFORM_API struct tm *KR_gmtime64(const kr_int64 *t, struct tm *out);
+/* _mktime64: local broken-down time to seconds.  tm_isdst < 0 lets the zone rules decide.
+ * Returns -1 when the result would fall outside 0..KR_MAX_TIME64 (so local times before the
+ * epoch, such as 1970-01-01 00:30 east of Greenwich, fail) or tm is null; *tm is normalised
+ * (fields brought into range, tm_wday/tm_yday/tm_isdst filled) only on success. */
+ORVIK_PLATFORM_API kr_int64 KR_mktime64(struct tm *tm);
+/* _timezone: seconds WEST of UTC of the local standard time (Prague -3600, New York 18000).
+ * The zone is read once (tzset) on first use; a process that changes TZ calls tzset() itself. */
+ORVIK_PLATFORM_API long KR_timezone(void);
+/* GetLocalTime: the local time now with milliseconds.  A null argument does nothing. */
+ORVIK_PLATFORM_API void KR_GetLocalTime(KrSystemTime *out);
+
 #ifdef __cplusplus
 }
 #endif
