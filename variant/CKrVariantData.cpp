@@ -1,0 +1,285 @@
+#include "variant/CKrVariantData.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <string>
+#include <type_traits>
+
+#include "platform/KrPlatform.h"
+#include "types/Base64Coder.h"
+#include "variant/CKrVariant.h"
+#include "variant/CKrVariantText.h"
+#include "variant/CKrVariantTree.h"
+
+// ---- base ------------------------------------------------------------------------------------
+
+CKrVariantData::~CKrVariantData() = default;
+
+int CKrVariantData::SetRunType(CKrVariantRunType const &arg) {
+    if (arg != GetRunType())
+        DiagAssertW(L"arg != GetRunType()", KR_VARIANT_SOURCE, __LINE__,
+                    L"Error: CKrVariantData::SetRunType(), can't set runtype!");
+    return -9;
+}
+
+bool CKrVariantData::IsArray() const { return false; }
+
+// ---- scalar holders --------------------------------------------------------------------------
+
+namespace {
+
+bool isPodKind(CKrVariantData::EKrDataKind k) {
+    return k >= CKrVariantData::krDATA_INT32 && k <= CKrVariantData::krDATA_VOIDPTR;
+}
+
+size_t podSize(CKrVariantData::EKrDataKind k) {
+    switch (k) {
+    case CKrVariantData::krDATA_INT32:
+    case CKrVariantData::krDATA_UINT32: return 4;
+    case CKrVariantData::krDATA_BOOL: return 1;
+    default: return 8;
+    }
+}
+
+// The copy "all the same" into a numeric holder of another class: the leading bytes of the
+// source value over the leading bytes of the target value; a bool target stays a valid bool.
+void copyBytesAcross(void const *src, CKrVariantData::EKrDataKind srcKind, CKrVariantData &target) {
+    CKrVariantData::EKrDataKind tk = target.GetKind();
+    if (!isPodKind(srcKind) || !isPodKind(tk)) return;
+    void *dst = target.GetValuePtr();
+    if (tk == CKrVariantData::krDATA_BOOL) {
+        *static_cast<bool *>(dst) = *static_cast<unsigned char const *>(src) != 0;
+        return;
+    }
+    size_t n = podSize(srcKind) < podSize(tk) ? podSize(srcKind) : podSize(tk);
+    std::memcpy(dst, src, n);
+}
+
+// Reads `text` as one value with a scanf format; false when it does not scan.
+template <class T>
+bool scanValue(wchar_t const *text, wchar_t const *format, T *value) {
+    if (!text) return false;
+    return std::swscanf(text, format, value) == 1;
+}
+
+std::string narrow(wchar_t const *text) {
+    std::string s;
+    if (!text) return s;
+    for (; *text; ++text) s.push_back(*text < 256 ? static_cast<char>(*text) : '?');
+    return s;
+}
+
+void setWide(CKrStringW &out, std::wstring const &text) { out = text; }
+
+}  // namespace
+
+#define KR_RUNTYPE(Class, Name)                                                                    \
+    CKrVariantRunType const &Class::GetOrigRunType() {                                             \
+        static CKrVariantRunType const type(Name);                                                 \
+        return type;                                                                               \
+    }                                                                                              \
+    CKrVariantRunType const &Class::GetRunType() const { return GetOrigRunType(); }
+
+// Members every scalar holder shares; the message is the holder's own GetValueCopy report.
+#define KR_SCALAR_COMMON(Class, Kind, Type, Init, Message)                                         \
+    Class::Class() : CKrVariantData(Kind), m_value(Init) {}                                        \
+    Class::Class(Type const &value) : CKrVariantData(Kind), m_value(value) {}                      \
+    bool Class::SetString(CKrStringW const &text) { return SetString(text.GetString()); }          \
+    bool Class::IsEqual(CKrVariantData const &other) const {                                       \
+        return other.GetKind() == Kind && static_cast<Class const &>(other).m_value == m_value;     \
+    }                                                                                              \
+    void *Class::GetValuePtr() { return &m_value; }                                                \
+    CKrVariantData *Class::CreateEmpty() const { return new Class(); }                              \
+    void Class::GetValueCopy(CKrVariantData &data) const {                                         \
+        if (data.GetKind() == Kind) {                                                              \
+            static_cast<Class &>(data).m_value = m_value;                                          \
+            return;                                                                                \
+        }                                                                                          \
+        DiagAssertW(L"(data.GetRunType() != GetRunType())", KR_VARIANT_SOURCE, __LINE__, Message); \
+        copyBytesAcross(&m_value, Kind, data);                                                     \
+    }
+
+KR_RUNTYPE(CKrVariantDataKr_int32, "kr_int32")
+KR_RUNTYPE(CKrVariantDataKr_uint32, "kr_uint32")
+KR_RUNTYPE(CKrVariantDataKr_int64, "kr_int64")
+KR_RUNTYPE(CKrVariantDataKr_uint64, "kr_uint64")
+KR_RUNTYPE(CKrVariantDataDouble, "double")
+KR_RUNTYPE(CKrVariantDataBool, "bool")
+KR_RUNTYPE(CKrVariantDataVoidPtr, "voidPtr")
+KR_RUNTYPE(CKrVariantDataCKrStringW, "CKrStringW")
+KR_RUNTYPE(CKrVariantDataCKrByteArray, "CKrByteArray")
+CKrVariantRunType const &CKrVariantDataCKrListVariant::GetOrigRunType() {
+    static CKrVariantRunType const type("CKrListVariant");
+    return type;
+}
+CKrVariantRunType const &CKrVariantDataCKrListVariant::GetRunType() const { return m_runType; }
+
+KR_SCALAR_COMMON(CKrVariantDataKr_int32, krDATA_INT32, kr_int32, 0,
+                 L"Error: CKrVariantDataKr_int32::GetValueCopy(), incompatible types!")
+KR_SCALAR_COMMON(CKrVariantDataKr_uint32, krDATA_UINT32, kr_uint32, 0,
+                 L"Error: CKrVariantDataKr_uint32::GetValueCopy, incompatible types!")
+KR_SCALAR_COMMON(CKrVariantDataKr_int64, krDATA_INT64, kr_int64, 0,
+                 L"Error: CKrVariantDataKr_int64::GetValueCopy, incompatible types!")
+KR_SCALAR_COMMON(CKrVariantDataKr_uint64, krDATA_UINT64, kr_uint64, 0,
+                 L"Error: CKrVariantDataKr_uint64::GetValueCopy, incompatible types!")
+KR_SCALAR_COMMON(CKrVariantDataDouble, krDATA_DOUBLE, double, 0.0,
+                 L"Error: CKrVariantDataDouble::GetValueCopy, incompatible types!")
+KR_SCALAR_COMMON(CKrVariantDataBool, krDATA_BOOL, bool, false,
+                 L"Error: CKrVariantDataBool::GetValueCopy, incompatible types!")
+KR_SCALAR_COMMON(CKrVariantDataVoidPtr, krDATA_VOIDPTR, void *, nullptr,
+                 L"Error: CKrVariantVoidPtr::GetValueCopy, incompatible types!")
+KR_SCALAR_COMMON(CKrVariantDataCKrStringW, krDATA_STRINGW, CKrStringW, CKrStringW(),
+                 L"Error: CKrVariantCKrStringW::GetValueCopy, incompatible types!")
+KR_SCALAR_COMMON(CKrVariantDataCKrByteArray, krDATA_BYTEARRAY, CKrByteArray, CKrByteArray(),
+                 L"Error: CKrVariantCKrByteAray::GetValueCopy, incompatible types!")
+
+// ---- text forms ------------------------------------------------------------------------------
+
+namespace {
+template <class T>
+bool formatInto(CKrStringW &out, wchar_t const *format, T value) {
+    wchar_t buffer[64];
+    int n = KR_swprintf(buffer, 64, format, value);
+    if (n < 0) n = 0;
+    setWide(out, std::wstring(buffer, static_cast<size_t>(n)));
+    return true;
+}
+}  // namespace
+
+bool CKrVariantDataKr_int32::GetString(CKrStringW &out) const { return formatInto(out, L"%d", m_value); }
+bool CKrVariantDataKr_uint32::GetString(CKrStringW &out) const { return formatInto(out, L"%u", m_value); }
+bool CKrVariantDataKr_int64::GetString(CKrStringW &out) const {
+    return formatInto(out, L"%lld", static_cast<long long>(m_value));
+}
+bool CKrVariantDataKr_uint64::GetString(CKrStringW &out) const {
+    return formatInto(out, L"%llu", static_cast<unsigned long long>(m_value));
+}
+bool CKrVariantDataDouble::GetString(CKrStringW &out) const {
+    // "%.15f" of a large magnitude runs to hundreds of digits: format without a length limit.
+    std::wstring text;
+    krVariantAppendFormat(text, L"%.15f", m_value);
+    setWide(out, text);
+    return true;
+}
+bool CKrVariantDataBool::GetString(CKrStringW &out) const {
+    setWide(out, m_value ? L"true" : L"false");
+    return true;
+}
+bool CKrVariantDataVoidPtr::GetString(CKrStringW &out) const { return formatInto(out, L"%p", m_value); }
+bool CKrVariantDataCKrStringW::GetString(CKrStringW &out) const {
+    out = m_value;
+    return true;
+}
+bool CKrVariantDataCKrByteArray::GetString(CKrStringW &out) const {
+    size_t size = m_value.GetSize();
+    if (size == 0) return false;  // `out` untouched, as documented
+    Base64Coder coder;
+    coder.Encode(static_cast<unsigned char const *>(m_value.GetData()), size);
+    unsigned int length = 0;
+    unsigned char const *text = coder.EncodedBuffer(&length);
+    std::wstring wide(length, L'\0');
+    for (unsigned int i = 0; i < length; ++i) wide[i] = static_cast<wchar_t>(text[i]);
+    setWide(out, wide);
+    return true;
+}
+
+bool CKrVariantDataKr_int32::SetString(wchar_t const *text) {
+    int v;
+    if (scanValue(text, L"%d", &v)) m_value = v;
+    return true;
+}
+bool CKrVariantDataKr_uint32::SetString(wchar_t const *text) {
+    unsigned int v;
+    if (scanValue(text, L"%u", &v)) m_value = v;
+    return true;
+}
+bool CKrVariantDataKr_int64::SetString(wchar_t const *text) {
+    long long v;
+    if (scanValue(text, L"%lld", &v)) m_value = v;
+    return true;
+}
+bool CKrVariantDataKr_uint64::SetString(wchar_t const *text) {
+    unsigned long long v;
+    if (scanValue(text, L"%llu", &v)) m_value = v;
+    return true;
+}
+bool CKrVariantDataDouble::SetString(wchar_t const *text) {
+    // atof has no failure value: text that is no number reads as 0.0.
+    if (text) m_value = std::atof(narrow(text).c_str());
+    return true;
+}
+bool CKrVariantDataBool::SetString(wchar_t const *text) {
+    m_value = text && KR_wcsicmp(text, L"true") == 0;
+    return true;
+}
+bool CKrVariantDataVoidPtr::SetString(wchar_t const *text) {
+    // The written form is 16 hexadecimal digits (upper case); a "0x" prefix is accepted too.
+    unsigned long long v;
+    if (scanValue(text, L"%llx", &v)) m_value = reinterpret_cast<void *>(static_cast<uintptr_t>(v));
+    return true;
+}
+bool CKrVariantDataCKrStringW::SetString(wchar_t const *text) {
+    m_value = text ? text : L"";
+    return true;
+}
+bool CKrVariantDataCKrByteArray::SetString(wchar_t const *text) {
+    Base64Coder coder;
+    coder.DecodeW(text);
+    size_t length = 0;
+    unsigned char const *bytes = coder.DecodedBuffer(&length);
+    if (!bytes || length == 0)
+        m_value.SetSize(0);
+    else
+        m_value.SetData(bytes, length, CKrByteArray::ModeOpReplace, CKrByteArray::ModeAllocExact);
+    return true;
+}
+
+// ---- list holder -----------------------------------------------------------------------------
+
+CKrVariantDataCKrListVariant::CKrVariantDataCKrListVariant()
+    : CKrVariantData(krDATA_LIST), m_runType(GetOrigRunType()) {}
+
+CKrVariantDataCKrListVariant::CKrVariantDataCKrListVariant(CKrListVariant const &list)
+    : CKrVariantData(krDATA_LIST), m_list(list), m_runType(GetOrigRunType()) {}
+
+CKrVariantDataCKrListVariant::~CKrVariantDataCKrListVariant() = default;
+
+bool CKrVariantDataCKrListVariant::GetString(CKrStringW &) const { return true; }
+bool CKrVariantDataCKrListVariant::SetString(wchar_t const *) { return true; }
+bool CKrVariantDataCKrListVariant::SetString(CKrStringW const &) { return true; }
+
+bool CKrVariantDataCKrListVariant::IsEqual(CKrVariantData const &other) const {
+    if (!other.IsArray()) return false;
+    auto const &o = static_cast<CKrVariantDataCKrListVariant const &>(other);
+    if (o.m_runType != m_runType) return false;
+    return CKrVariantAccess::ListsEqual(m_list, o.m_list);
+}
+
+void *CKrVariantDataCKrListVariant::GetValuePtr() { return &m_list; }
+
+void CKrVariantDataCKrListVariant::GetValueCopy(CKrVariantData &data) const {
+    if (!data.IsArray()) {
+        DiagAssertW(L"(GetRunType() != data.GetRunType())", KR_VARIANT_SOURCE, __LINE__,
+                    L"Error: CKrVariantDataCKrListVariant::GetValueCopy, can't get to this type of data!");
+        return;
+    }
+    auto &target = static_cast<CKrVariantDataCKrListVariant &>(data);
+    if (&target == this) return;
+    // This holder may live inside the target's tree and be destroyed by the assignment below:
+    // take the run type first (the list assignment itself copies before it destroys).
+    CKrVariantRunType runType = m_runType;
+    target.m_list = m_list;
+    target.m_runType = runType;
+}
+
+CKrVariantData *CKrVariantDataCKrListVariant::CreateEmpty() const {
+    return new CKrVariantDataCKrListVariant();
+}
+
+int CKrVariantDataCKrListVariant::SetRunType(CKrVariantRunType const &type) {
+    m_runType = type;
+    return 0;
+}
+
+bool CKrVariantDataCKrListVariant::IsArray() const { return true; }

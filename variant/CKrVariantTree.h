@@ -1,0 +1,45 @@
+// Internal: the whole-tree algorithms of the variant (copy, destruction, list equality) and
+// access to the private parts of CKrVariant and CKrListVariant they need.  Every walk uses an
+// explicit stack; all of them hold the process-wide list lock for their whole run (the lock is
+// recursive, so nested calls on the same thread are fine).
+#ifndef ORVIK_VARIANT_CKRVARIANTTREE_H
+#define ORVIK_VARIANT_CKRVARIANTTREE_H
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "variant/CKrVariant.h"
+
+#define KR_VARIANT_SOURCE L"variant/CKrVariant"
+
+struct CKrVariantAccess {
+    using Items = std::vector<CKrVariant *>;
+
+    static Items &ItemsOf(CKrListVariant &list) { return list.m_items; }
+    static Items const &ItemsOf(CKrListVariant const &list) { return list.m_items; }
+    static CKrVariantData *DataOf(CKrVariant const &v) { return v.m_pData; }
+    static void SetData(CKrVariant &v, CKrVariantData *data) { v.m_pData = data; }
+    static CKrStringW &NameOf(CKrVariant &v) { return v.m_name; }
+
+    // The list holder of `v`, or null when `v` is no list.
+    static CKrVariantDataCKrListVariant *ListOf(CKrVariant const &v) {
+        return (v.m_pData && v.m_pData->IsArray())
+                   ? static_cast<CKrVariantDataCKrListVariant *>(v.m_pData)
+                   : nullptr;
+    }
+
+    // A copy of `src` without its children (name, flag, value; a list gets its run type and
+    // no children).  For a list, *srcList / *dstList receive the lists still to be filled.
+    static CKrVariant *ShallowClone(CKrVariant const &src, CKrListVariant const **srcList,
+                                    CKrListVariant **dstList);
+    // Appends deep copies of every child of `src` to `dst`.
+    static void CopyChildren(CKrListVariant const &src, CKrListVariant &dst);
+    // Destroys every node reachable from `items` and empties it.
+    static void DestroyItems(Items &items);
+    // List equality: equal counts; named children paired by name (first of that name in `b`),
+    // children named "no_name" by position; pairs equal when both Null or IsEqual.
+    static bool ListsEqual(CKrListVariant const &a, CKrListVariant const &b);
+};
+
+#endif
