@@ -1,0 +1,94 @@
+// Several threads on one list and on separate lists at once.  Bounded in time; also run under
+// ThreadSanitizer.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "list_test_util.h"
+#include "variant/CKrList.h"
+
+namespace {
+
+constexpr int kThreads = 4;
+constexpr int kPerThread = 300;
+
+int visit(void *) { return 0; }
+int ascending(void *a, void *b) {
+    const int x = **static_cast<int **>(a), y = **static_cast<int **>(b);
+    return (x > y) - (x < y);
+}
+
+// Starts `n` threads running body(t) and joins them, all within the time bound.
+void RunThreads(int n, const std::function<void(int)> &body) {
+    RunBounded([&] {
+        std::vector<std::thread> threads;
+        for (int t = 0; t < n; ++t) threads.emplace_back(body, t);
+        for (auto &th : threads) th.join();
+    });
+}
+
+}  // namespace
+
+TEST(KrListThreads, OneListSharedByWritersWalkersAndCopiers) {
+    static int values[kThreads * kPerThread];
+    CKrList list(krKEY_INT);
+    std::atomic<int> failures{0};
+    std::atomic<int> writersLeft{kThreads};
+    RunThreads(kThreads + 2, [&](int t) {
+        if (t >= kThreads) {  // a walker and a copier beside the writers
+            while (writersLeft.load() > 0) {
+                if (t == kThreads) {
+                    list.ForEach(&visit);
+                    (void)list.GetCount();
+                } else if (!ListIsConsistent(CKrList(list))) {
+                    ++failures;
+                }
+            }
+            return;
+        }
+        for (int i = 0; i < kPerThread; ++i) {
+            const int k = t * kPerThread + i;  // only this thread uses key k
+            list.Append(k, &values[k]);
+            CKrList::CKrNode *found = list.Find(k);
+            if (!found || list.GetData(found) != &values[k]) ++failures;
+            if (k % 2) list.DeleteNode(found);
+        }
+        --writersLeft;
+    });
+    EXPECT_EQ(failures.load(), 0);
+    EXPECT_EQ(list.GetCount(), static_cast<unsigned int>(kThreads * kPerThread / 2));
+    EXPECT_TRUE(ListIsConsistent(list));
+    for (int k = 0; k < kThreads * kPerThread; ++k)
+        EXPECT_EQ(list.IndexOf(&values[k]) >= 0, k % 2 == 0) << k;
+}
+
+TEST(KrListThreads, SeparateListsSortingAndListsCopiedIntoEachOther) {
+    static int values[kThreads][64];
+    std::vector<CKrList> lists(kThreads, CKrList(krKEY_NONE));
+    std::atomic<int> outOfOrder{0};
+    RunThreads(kThreads, [&](int t) {
+        for (int round = 0; round < 20; ++round) {
+            lists[t].Clear();
+            for (int i = 0; i < 64; ++i) {
+                values[t][i] = (i * 37 + round * 11 + t) % 64;
+                lists[t].Insert(&values[t][i]);
+            }
+            lists[t].Sort(&ascending);  // each thread's comparator stays its own
+            int last = -1;
+            for (void *item : Items(lists[t])) {
+                if (*static_cast<int *>(item) < last) ++outOfOrder;
+                last = *static_cast<int *>(item);
+            }
+        }
+    });
+    EXPECT_EQ(outOfOrder.load(), 0);
+
+    // a = b and b = a from two threads: both locks are taken without deadlock.
+    CKrList &a = lists[0], &b = lists[1];
+    RunThreads(2, [&](int t) {
+        for (int i = 0; i < 200; ++i) t ? void(a = b) : void(b = a);
+    });
+    EXPECT_TRUE(ListIsConsistent(a));
+    EXPECT_EQ(Items(a), Items(b));  // whichever copy ran last, they agree
+}
