@@ -15,6 +15,18 @@
 #include "types/CKrByteArray.h"
 #include "types/CKrVector.h"
 
+#include "variant/CKrList.h"
+#include "variant/CKrListSpec.h"
+#include "variant/CKrListVariant.h"
+#include "variant/CKrVariant.h"
+#include "variant/CKrVariantData.h"
+#include "variant/CKrVariantRunType.h"
+#include "variant/EKrKeyType.h"
+
+#include "time/KrDateSpan.h"
+#include "time/KrDateTime.h"
+#include "time/KrTimeSpan.h"
+
 #include "units/KrUnits.h"
 
 #include "events/KrEvent.h"

@@ -44,7 +44,9 @@ void writeDefault(int kind, const wchar_t *condition, const std::wstring &messag
                   const wchar_t *source, int line) {
     std::string out = "orvik: ";
     out += orvik::platform::utf16ToUtf8(source ? source : L"");
-    out += "(" + std::to_string(line) + "): ";
+    out += '(';
+    out += std::to_string(line);
+    out += "): ";
     out += orvik::platform::utf16ToUtf8(message.c_str());
     if (kind == 0) {
         out += " [";
