@@ -1,0 +1,382 @@
+// Scanning core of the JSON classes: locating items, number values, string decoding and the
+// shallow readers.  Every loop is bounded by the text length; nothing recurses.
+#include "json/JsonScan.h"
+
+#include "json/JsonMembers.h"
+
+#include <algorithm>
+#include <charconv>
+#include <climits>
+#include <cmath>
+#include <cwchar>
+#include <cwctype>
+#include <string>
+
+namespace krjson {
+
+Text textOf(CKrStringW const &s) {
+    std::wstring const &w = s.GetStdString();
+    size_t n = w.size();
+    if (n > size_t(INT_MAX)) return Text{w.data(), 0};
+    wchar_t const *zero = std::wmemchr(w.data(), 0, n);
+    if (zero) n = size_t(zero - w.data());
+    return Text{w.data(), n};
+}
+
+bool isSpaceSlow(wchar_t c) { return std::iswspace(static_cast<wint_t>(c)) != 0; }
+
+// The literals are matched without regard to ASCII case; (c | 0x20) maps exactly the upper and
+// lower case letter to the lower case one and no other unit to a letter.
+static bool matchLiteral(Text t, size_t i, wchar_t const *lower, size_t len) {
+    if (i >= t.n || t.n - i < len) return false;
+    for (size_t k = 0; k < len; ++k)
+        if ((t.p[i + k] | 0x20) != lower[k]) return false;
+    return true;
+}
+
+ptrdiff_t scanNull(Text t, size_t i) { return matchLiteral(t, i, L"null", 4) ? 4 : 0; }
+
+ptrdiff_t scanBool(Text t, size_t i, bool *value) {
+    if (matchLiteral(t, i, L"true", 4)) {
+        if (value) *value = true;
+        return 4;
+    }
+    if (matchLiteral(t, i, L"false", 5)) {
+        if (value) *value = false;
+        return 5;
+    }
+    return 0;
+}
+
+static ptrdiff_t fail(Msg *msg, Msg text) {
+    if (msg) *msg = text;
+    return -1;
+}
+
+ptrdiff_t scanNumber(Text t, size_t i, double *value, bool *isInteger, Msg *msg) {
+    size_t const start = i;
+    wchar_t const *p = t.p;
+    size_t const n = t.n;
+    if (i < n && p[i] == L'-') ++i;
+    if (i >= n || !isDigit(p[i])) return 0;  // "-" alone or "-x": no number here
+    while (i < n && isDigit(p[i])) ++i;
+    bool integer = true;
+    if (i < n && p[i] == L'.') {
+        ++i;
+        if (i >= n || !isDigit(p[i])) return fail(msg, kErrPoint);
+        while (i < n && isDigit(p[i])) ++i;
+        integer = false;
+    }
+    if (i < n && (p[i] | 0x20) == L'e') {
+        ++i;
+        if (i < n && (p[i] == L'+' || p[i] == L'-')) ++i;
+        if (i >= n || !isDigit(p[i])) return fail(msg, kErrExponent);
+        while (i < n && isDigit(p[i])) ++i;
+        integer = false;
+    }
+    if (isInteger) *isInteger = integer;
+    if (value) *value = numberValue(p + start, i - start);
+    return ptrdiff_t(i - start);
+}
+
+// Out of the double range: overflow or underflow, told apart by the decimal exponent of the
+// first significant digit (huge either way when from_chars gives up).
+static double outOfRange(char const *s, size_t n) {
+    size_t i = 0;
+    bool const negative = n > 0 && s[0] == '-';
+    if (negative) ++i;
+    long long intDigits = 0, index = 0, first = -1;
+    bool afterPoint = false;
+    for (; i < n && s[i] != 'e' && s[i] != 'E'; ++i) {
+        if (s[i] == '.') {
+            afterPoint = true;
+            continue;
+        }
+        if (!afterPoint) ++intDigits;
+        if (first < 0 && s[i] != '0') first = index;
+        ++index;
+    }
+    long long exponent = 0;
+    if (i < n) {
+        ++i;
+        bool expNegative = false;
+        if (i < n && (s[i] == '+' || s[i] == '-')) expNegative = s[i++] == '-';
+        for (; i < n; ++i)
+            if (exponent < 1000000000LL) exponent = exponent * 10 + (s[i] - '0');  // saturates
+        if (expNegative) exponent = -exponent;
+    }
+    double result = 0.0;
+    if (first >= 0 && intDigits - 1 - first + exponent > 0) result = HUGE_VAL;
+    return negative ? -result : result;
+}
+
+double numberValue(wchar_t const *p, size_t n) {
+    char small[64] = {};  // initialised only to quiet a false may-be-uninitialised warning at -O3
+    std::string large;
+    char *buf = small;
+    if (n > sizeof(small)) {
+        large.resize(n);
+        buf = large.data();
+    }
+    for (size_t k = 0; k < n; ++k) buf[k] = static_cast<char>(p[k]);  // ASCII by construction
+    double value = 0.0;
+    auto result = std::from_chars(buf, buf + n, value);
+    if (result.ec == std::errc::result_out_of_range) return outOfRange(buf, n);
+    return value;
+}
+
+ptrdiff_t scanString(Text t, size_t i, Msg *msg) {
+    wchar_t const *p = t.p;
+    size_t const n = t.n;
+    if (i >= n || p[i] != L'"') return 0;
+    size_t const start = i++;
+    for (;;) {
+        while (i < n && p[i] != L'"' && p[i] != L'\\') ++i;
+        if (i >= n) return fail(msg, kErrQuotes);
+        if (p[i] == L'"') return ptrdiff_t(i + 1 - start);
+        if (i + 1 >= n) return fail(msg, kErrQuotes);
+        switch (p[i + 1]) {
+        case L'"': case L'\\': case L'/': case L'b': case L'f': case L'n': case L'r': case L't':
+            i += 2;
+            break;
+        case L'u':
+            if (n - i < 6) return fail(msg, kErrQuotes);
+            for (size_t k = 2; k < 6; ++k)
+                if (!isHex(p[i + k])) return fail(msg, kErrEscape);
+            i += 6;
+            break;
+        default:
+            return fail(msg, kErrEscape);
+        }
+    }
+}
+
+ptrdiff_t scanNested(Text t, size_t i, wchar_t open, wchar_t close, Msg *msg) {
+    wchar_t const *p = t.p;
+    size_t const n = t.n;
+    if (i >= n || p[i] != open) return 0;
+    size_t const start = i;
+    size_t depth = 0;
+    while (i < n) {
+        wchar_t c = p[i];
+        if (c == open) {
+            ++depth;
+        } else if (c == close) {
+            if (--depth == 0) return ptrdiff_t(i + 1 - start);
+        } else if (c == L'"') {
+            ptrdiff_t len = scanString(t, i, msg);
+            if (len < 0) return -1;
+            i += size_t(len);
+            continue;
+        }
+        ++i;
+    }
+    return fail(msg, open == L'{' ? kErrBraces : kErrBrackets);
+}
+
+// Dispatches on the first unit; equivalent to trying null, bool, number, string, object and
+// array in turn, as each of them requires its own first character.
+ptrdiff_t scanValue(Text t, size_t i, Msg *msg) {
+    if (i >= t.n) return 0;
+    switch (t.p[i]) {
+    case L'n': case L'N':
+        return scanNull(t, i);
+    case L't': case L'T': case L'f': case L'F':
+        return scanBool(t, i, nullptr);
+    case L'"':
+        return scanString(t, i, msg);
+    case L'{':
+        return scanNested(t, i, L'{', L'}', msg);
+    case L'[':
+        return scanNested(t, i, L'[', L']', msg);
+    default:
+        return scanNumber(t, i, nullptr, nullptr, msg);
+    }
+}
+
+static int hexValue(wchar_t c) {
+    if (c <= L'9') return c - L'0';
+    return (c | 0x20) - L'a' + 10;
+}
+
+std::wstring decodeString(wchar_t const *p, size_t n) {
+    std::wstring out;
+    out.reserve(n);
+    for (size_t i = 0; i < n; ++i) {
+        wchar_t c = p[i];
+        if (c != L'\\' || i + 1 >= n) {
+            out.push_back(c);
+            continue;
+        }
+        wchar_t e = p[++i];
+        switch (e) {
+        case L'b': c = L'\b'; break;
+        case L'f': c = L'\f'; break;
+        case L'n': c = L'\n'; break;
+        case L'r': c = L'\r'; break;
+        case L't': c = L'\t'; break;
+        case L'u':
+            if (n - i >= 5) {
+                c = wchar_t((hexValue(p[i + 1]) << 12) | (hexValue(p[i + 2]) << 8) |
+                            (hexValue(p[i + 3]) << 4) | hexValue(p[i + 4]));
+                i += 4;
+            }
+            break;
+        default: c = e; break;  // " \ /
+        }
+        if (c == 0) break;
+        out.push_back(c);
+    }
+    return out;
+}
+
+void decodeString(wchar_t const *p, size_t n, CKrStringW &out) {
+    out.Empty();
+    size_t run = 0;  // start of the current run of plain units
+    for (size_t i = 0; i < n; ++i) {
+        if (p[i] != L'\\' || i + 1 >= n) continue;
+        if (i > run) out.AddChars(p + run, int(i - run));
+        wchar_t c = p[i + 1];
+        size_t used = 2;
+        switch (c) {
+        case L'b': c = L'\b'; break;
+        case L'f': c = L'\f'; break;
+        case L'n': c = L'\n'; break;
+        case L'r': c = L'\r'; break;
+        case L't': c = L'\t'; break;
+        case L'u':
+            if (n - i >= 6) {
+                c = wchar_t((hexValue(p[i + 2]) << 12) | (hexValue(p[i + 3]) << 8) |
+                            (hexValue(p[i + 4]) << 4) | hexValue(p[i + 5]));
+                used = 6;
+            }
+            break;
+        default: break;  // " \ /
+        }
+        if (c == 0) return;
+        out += c;
+        i += used - 1;
+        run = i + 1;
+    }
+    if (n > run) out.AddChars(p + run, int(n - run));
+}
+
+// ---- shallow readers ---------------------------------------------------------------------------
+
+using MemberSpan = std::pair<Span, Span>;
+
+static bool readMembers(Text t, std::vector<MemberSpan> &spans, Msg *msg) {
+    wchar_t const *p = t.p;
+    size_t const n = t.n;
+    size_t i = skipSpace(t, 0);
+    if (i >= n || p[i] != L'{') return fail(msg, kErrObjOpen), false;
+    i = skipSpace(t, i + 1);
+    if (i < n && p[i] == L'}') {
+        ++i;
+    } else {
+        for (;;) {
+            ptrdiff_t len = scanString(t, i, msg);
+            if (len == 0) return fail(msg, kErrObjName), false;
+            if (len < 0) return false;
+            Span name(p + i + 1, size_t(len) - 2);
+            i = skipSpace(t, i + size_t(len));
+            if (i >= n || p[i] != L':') return fail(msg, kErrObjColon), false;
+            i = skipSpace(t, i + 1);
+            len = scanValue(t, i, msg);
+            if (len == 0) return fail(msg, kErrObjValue), false;
+            if (len < 0) return false;
+            spans.emplace_back(name, Span(p + i, size_t(len)));
+            i = skipSpace(t, i + size_t(len));
+            if (i < n && p[i] == L'}') {
+                ++i;
+                break;
+            }
+            if (i < n && p[i] == L',') {
+                i = skipSpace(t, i + 1);
+                continue;
+            }
+            return fail(msg, kErrObjNext), false;
+        }
+    }
+    if (skipSpace(t, i) < n) return fail(msg, kErrObjTrail), false;
+    return true;
+}
+
+bool readObject(Text t, KrJsonMemberTable *out, Msg *msg) {
+    std::vector<MemberSpan> spans;
+    if (!readMembers(t, spans, msg)) return false;
+    KrJsonMemberTable table;
+    size_t nameUnits = 0, textUnits = 0;
+    for (auto const &s : spans) {
+        nameUnits += s.first.size();
+        textUnits += s.second.size();
+    }
+    membersReserve(table, spans.size(), nameUnits, out ? textUnits : 0);
+    for (auto const &s : spans) {
+        // A check alone needs the names only (for repeats).
+        if (!membersInsert(table, s.first, out ? s.second : Span())) return fail(msg, kErrObjDup), false;
+    }
+    if (out) *out = std::move(table);
+    return true;
+}
+
+bool readArray(Text t, std::vector<std::wstring> *out, Msg *msg) {
+    wchar_t const *p = t.p;
+    size_t const n = t.n;
+    std::vector<std::wstring> items;
+    size_t i = skipSpace(t, 0);
+    if (i >= n || p[i] != L'[') return fail(msg, kErrArrOpen), false;
+    i = skipSpace(t, i + 1);
+    if (i < n && p[i] == L']') {
+        ++i;
+    } else {
+        for (;;) {
+            ptrdiff_t len = scanValue(t, i, msg);
+            if (len == 0) return fail(msg, kErrArrValue), false;
+            if (len < 0) return false;
+            if (out) items.emplace_back(p + i, size_t(len));
+            i = skipSpace(t, i + size_t(len));
+            if (i < n && p[i] == L']') {
+                ++i;
+                break;
+            }
+            if (i < n && p[i] == L',') {
+                i = skipSpace(t, i + 1);
+                continue;
+            }
+            return fail(msg, kErrArrNext), false;
+        }
+    }
+    if (skipSpace(t, i) < n) return fail(msg, kErrArrTrail), false;
+    if (out) out->swap(items);
+    return true;
+}
+
+// ---- queries -----------------------------------------------------------------------------------
+
+bool queryNull(Text t) { return scanNull(t, 0) > 0; }
+
+bool queryBool(Text t, bool *value) { return scanBool(t, 0, value) > 0; }
+
+bool queryDouble(Text t, double *value, Msg *msg) {
+    return scanNumber(t, 0, value, nullptr, msg) > 0;
+}
+
+bool queryInteger(Text t, int *value, Msg *msg) {
+    double d = 0.0;
+    bool integer = false;
+    if (scanNumber(t, 0, &d, &integer, msg) <= 0 || !integer) return false;
+    // Integers written beyond the int range answer no rather than wrap.
+    if (!(d >= double(INT_MIN) && d <= double(INT_MAX))) return false;
+    if (value) *value = static_cast<int>(d);
+    return true;
+}
+
+bool queryString(Text t, CKrStringW *value, Msg *msg) {
+    ptrdiff_t len = scanString(t, 0, msg);
+    if (len <= 0) return false;
+    if (value) decodeString(t.p + 1, size_t(len) - 2, *value);
+    return true;
+}
+
+}  // namespace krjson

@@ -1,0 +1,111 @@
+// reformat: the fixed layout, strict output from lenient input, idempotence, limits.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "json/CKrJsonObject.h"
+
+static std::wstring reformat(std::wstring const &text, int indent, std::wstring *error = nullptr) {
+    CKrStringW err;
+    std::wstring out = CKrJson::reformat(text, &err, indent).GetStdString();
+    if (error) *error = err.GetStdString();
+    return out;
+}
+
+TEST(JsonReformat, Layout) {
+    EXPECT_EQ(reformat(L"{\"b\":[1,{}],\"a\":{\"c\":[]}}", 2),
+              L"{\r\n  \"b\" : [\r\n    1,\r\n    {}\r\n  ],\r\n  \"a\" : {\r\n    \"c\" : []\r\n  }\r\n}");
+    EXPECT_EQ(reformat(L"[1,[2]]", 0), L"[\r\n1,\r\n[\r\n2\r\n]\r\n]");
+    EXPECT_EQ(reformat(L"[1,[2]]", -5), reformat(L"[1,[2]]", 0));
+    EXPECT_EQ(reformat(L"  \"scalar\"  ", 4), L"\"scalar\"");
+    EXPECT_EQ(reformat(L"{ }", 4), L"{}");
+}
+
+TEST(JsonReformat, OutputIsStrictJson) {
+    struct Case {
+        std::wstring in, out;
+    } const cases[] = {
+        {L"NULL", L"null"},
+        {L"[TRUE,False]", L"[\r\ntrue,\r\nfalse\r\n]"},
+        {L"-007.50E+01", L"-7.50E+01"},
+        {L"000", L"0"},
+        {L"-0", L"-0"},
+        {L"\"tab\there\x01\"", L"\"tab\\u0009here\\u0001\""},
+        {L"\"\\u00e9\\n\"", L"\"\\u00e9\\n\""},  // valid escapes stay as written
+    };
+    for (auto const &c : cases) EXPECT_EQ(reformat(c.in, 0), c.out) << c.in;
+}
+
+TEST(JsonReformat, IdempotentAndReadableOverACorpus) {
+    std::wstring const corpus[] = {
+        L"{\"a\":1}",
+        L"{\"x\": {\"y\": [1, 2.5e-3, \"s\\\"}\", NULL, [], {}, [[[true]]]]}, \"e\": {}}",
+        L"[\"\\uD83D\\uDE00\", -0.0, 1E400, {\"k\":\"\\/\"}]",
+        L"\t\r\n {\"unicode \u00e9\" : \"\u4e2d\", \"ctl\": \"\x02\"}\n",
+        L"123",
+    };
+    for (auto const &doc : corpus) {
+        for (int indent : {0, 1, 3}) {
+            std::wstring err;
+            std::wstring once = reformat(doc, indent, &err);
+            ASSERT_FALSE(once.empty()) << err;
+            EXPECT_EQ(reformat(once, indent), once) << doc;
+            if (doc.find(L'{') < doc.find_first_of(L"[\"1")) {
+                CKrJsonObject a, b;
+                ASSERT_TRUE(CKrJson::readObjectFromString(doc, &a, nullptr));
+                ASSERT_TRUE(CKrJson::readObjectFromString(once, &b, nullptr));
+                std::vector<CKrStringW> na, nb;
+                a.isObject(&na);
+                b.isObject(&nb);
+                EXPECT_EQ(na.size(), nb.size());
+            }
+        }
+    }
+}
+
+TEST(JsonReformat, FailuresGiveEmptyTextAndAMessage) {
+    struct Case {
+        std::wstring in, error;
+    } const cases[] = {
+        {L"", L"Expected value while reformatting!"},
+        {L"   ", L"Expected value while reformatting!"},
+        {L"nope", L"Expected value while reformatting!"},
+        {L"1 2", L"Unexpected text after the end of the document!"},
+        {L"{\"a\":1}}", L"Unexpected text after the end of the document!"},
+        {L"{\"a\":{\"b\" 1}}", L"Expected ':' while parsing Object!"},  // checked at every level
+        {L"[[1,]]", L"Expected value while parsing Array!"},
+        {L"{\"a\":[{\"q\":1,}]}", L"Expected '\"' while parsing Object!"},
+        {L"{\"a\":[1}", L"Expected ',' or ']' while parsing Array!"},
+        {L"[{\"a\":1]", L"Expected ',' or '}' while parsing Object!"},
+        {L"[{\"a\":1,\"b\":2,\"a\":3}]", L"Duplicate member name while parsing Object!"},
+        {L"[\"\\z\"]", L"Unrecognized escape sequence"},
+        {L"[1.]", L"Number parse erorr: a number must follow decimal point!"},
+        {L"[\"open", L"Unballanced quotation marks"},
+        {L"[", L"Expected value while parsing Array!"},
+    };
+    for (auto const &c : cases) {
+        std::wstring err;
+        EXPECT_EQ(reformat(c.in, 2, &err), L"") << c.in;
+        EXPECT_EQ(err, c.error) << c.in;
+    }
+}
+
+TEST(JsonReformat, NestingIsBoundedNotRecursed) {
+    int const limit = CKrJson::kMaxDepth;
+    std::wstring ok = std::wstring(size_t(limit), L'[') + L"1" + std::wstring(size_t(limit), L']');
+    std::wstring err;
+    std::wstring out = reformat(ok, 0, &err);
+    EXPECT_FALSE(out.empty()) << err;
+    std::wstring tooDeep = L"[" + ok + L"]";
+    EXPECT_EQ(reformat(tooDeep, 0, &err), L"");
+    EXPECT_EQ(err, L"Nesting too deep while reformatting!");
+    std::wstring huge(100000, L'{');
+    EXPECT_EQ(reformat(huge, 2, &err), L"");
+    EXPECT_EQ(err, L"Expected '\"' while parsing Object!");  // the empty name fails first
+    huge.assign(100000, L'[');
+    EXPECT_EQ(reformat(huge, 2, &err), L"");
+    EXPECT_EQ(err, L"Nesting too deep while reformatting!");
+    // A wide indentation that would need more than the output limit fails instead of allocating.
+    EXPECT_EQ(reformat(L"[[[[1]]]]", INT_MAX, &err), L"");
+    EXPECT_EQ(err, L"Output too large while reformatting!");
+}
