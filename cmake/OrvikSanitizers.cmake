@@ -9,3 +9,9 @@ elseif(ORVIK_SANITIZE STREQUAL "thread")
 elseif(NOT ORVIK_SANITIZE STREQUAL "")
   message(FATAL_ERROR "ORVIK_SANITIZE must be empty, address+undefined or thread")
 endif()
+
+# In a fuzzing build every object carries libFuzzer's coverage instrumentation, so that the
+# fuzzer sees the library's branches and not only those of the target file.
+if(ORVIK_BUILD_FUZZERS)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
