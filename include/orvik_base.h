@@ -23,6 +23,11 @@
 #include "variant/CKrVariantRunType.h"
 #include "variant/EKrKeyType.h"
 
+#include "json/CKrJson.h"
+#include "json/CKrJsonArray.h"
+#include "json/CKrJsonObject.h"
+#include "json/CKrJsonValue.h"
+
 #include "time/KrDateSpan.h"
 #include "time/KrDateTime.h"
 #include "time/KrTimeSpan.h"
