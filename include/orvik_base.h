@@ -23,6 +23,10 @@
 #include "variant/CKrVariantRunType.h"
 #include "variant/EKrKeyType.h"
 
+#include "xmltree/CKrXMLNode.h"
+#include "xmltree/CKrXMLNodeSet.h"
+#include "xmltree/CKrXMLTree.h"
+
 #include "json/CKrJson.h"
 #include "json/CKrJsonArray.h"
 #include "json/CKrJsonObject.h"

@@ -1,0 +1,416 @@
+// CKrXMLNode: links, ownership, attributes and serialisation.
+#include "xmltree/CKrXMLNode.h"
+
+#include <string>
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
+#include "xmltree/XmlInternal.h"
+
+
+namespace {
+
+// Output is collected in a bounded buffer (which stays in cache) and appended to `out` in
+// pieces.
+class Sink {
+public:
+    static constexpr size_t kChunk = 1 << 15;
+    explicit Sink(CKrStringW &out) : m_out(out), m_outLength(out.GetLength()) {
+        m_buf.reserve(kChunk + 1024);
+    }
+    ~Sink() { Flush(); }
+    std::wstring &buf() { return m_buf; }
+    size_t Length() const { return m_outLength + m_buf.size(); }
+    void Flush() {
+        if (m_buf.empty()) return;
+        m_out.AddChars(m_buf.data(), static_cast<int>(m_buf.size()));
+        m_outLength += m_buf.size();
+        m_buf.clear();
+    }
+    // After a derived node wrote into `out` directly.
+    void Resync() { m_outLength = m_out.GetLength(); }
+    void MaybeFlush() {
+        if (m_buf.size() >= kChunk) Flush();
+    }
+    // Makes sure the last `n` units written are in the buffer.
+    void PullTail(size_t n) {
+        if (m_buf.size() >= n) return;
+        size_t missing = n - m_buf.size();
+        if (missing > m_out.GetLength()) missing = m_out.GetLength();
+        CKrStringW tail = m_out.Right(missing);
+        m_out.DeleteRight(static_cast<int>(missing));
+        m_outLength = m_out.GetLength();
+        m_buf.insert(0, tail.GetStdString());
+    }
+
+private:
+    CKrStringW &m_out;
+    size_t m_outLength;  // length of m_out, tracked to avoid a call per element
+    std::wstring m_buf;
+};
+
+// Output size without escapes (a lower bound, close for most documents), so that the result is
+// allocated once.
+bool EndsWith(std::wstring const &s, wchar_t const *tail, size_t n) {
+    return s.size() >= n && s.compare(s.size() - n, n, tail) == 0;
+}
+
+}  // namespace
+
+// ---- construction and ownership ---------------------------------------------------------------
+
+CKrXMLNode::CKrXMLNode()
+    : m_type(krXML_ELEMENT), m_pFirstChild(nullptr), m_pSibling(nullptr), m_pParent(nullptr) {}
+
+CKrXMLNode::CKrXMLNode(CKrXMLNodeType kind, wchar_t const *content)
+    : m_content(content), m_type(kind), m_pFirstChild(nullptr), m_pSibling(nullptr),
+      m_pParent(nullptr) {}
+
+CKrXMLNode::CKrXMLNode(CKrXMLNode const &other)
+    : m_attributes(other.m_attributes), m_attribsText(other.m_attribsText),
+      m_content(other.m_content), m_type(other.m_type), m_pFirstChild(other.m_pFirstChild),
+      m_pSibling(other.m_pSibling), m_pParent(other.m_pParent) {}
+
+CKrXMLNode &CKrXMLNode::operator=(CKrXMLNode const &other) {
+    if (this == &other) return *this;
+    m_attributes = other.m_attributes;
+    m_attribsText = other.m_attribsText;
+    m_content = other.m_content;
+    m_type = other.m_type;
+    m_pFirstChild = other.m_pFirstChild;
+    m_pSibling = other.m_pSibling;
+    m_pParent = other.m_pParent;
+    return *this;
+}
+
+CKrXMLNode::~CKrXMLNode() {
+    Unlink();
+    DestroyChildren();
+}
+
+void CKrXMLNode::Unlink() {
+    CKrXMLNode *parent = m_pParent;
+    if (!parent) return;
+    // Find the link that points at this node: the parent's first child, a link in the parent's
+    // chain, or (for nodes added with AddSibling, whose parent is the node they follow) a link
+    // in the chain that starts at the "parent" itself.
+    CKrXMLNode **link = nullptr;
+    if (parent->m_pFirstChild == this) {
+        link = &parent->m_pFirstChild;
+    } else {
+        for (CKrXMLNode *n = parent->m_pFirstChild; n && !link; n = n->m_pSibling)
+            if (n->m_pSibling == this) link = &n->m_pSibling;
+        for (CKrXMLNode *n = parent; n && !link; n = n->m_pSibling)
+            if (n->m_pSibling == this) link = &n->m_pSibling;
+    }
+    if (link) *link = m_pSibling;
+    // Followers that were added with AddSibling on this node name it as their parent.
+    for (CKrXMLNode *n = m_pSibling; n; n = n->m_pSibling)
+        if (n->m_pParent == this) n->m_pParent = parent;
+    m_pParent = nullptr;
+    m_pSibling = nullptr;
+}
+
+void CKrXMLNode::DestroyChildren() {
+    // First-child/next-sibling links form a binary tree; it is torn down with rotations (a node
+    // with a first child is rotated below that child), so every node is deleted once it has no
+    // children, without recursion and without extra memory.
+    CKrXMLNode *n = m_pFirstChild;
+    m_pFirstChild = nullptr;
+    while (n) {
+        if (CKrXMLNode *child = n->m_pFirstChild) {
+            n->m_pFirstChild = child->m_pSibling;
+            child->m_pSibling = n;
+            n = child;
+        } else {
+            CKrXMLNode *next = n->m_pSibling;
+            n->m_pParent = nullptr;  // keeps it from unlinking itself
+            n->m_pSibling = nullptr;
+            delete n;
+            n = next;
+        }
+    }
+}
+
+void CKrXMLNode::Remove() { delete this; }
+
+void CKrXMLNode::Init() {
+    m_pFirstChild = nullptr;
+    m_pSibling = nullptr;
+    m_pParent = nullptr;
+}
+
+CKrXMLNode *CKrXMLNode::AppendAfter(CKrXMLNode *last, CKrXMLNodeType kind) {
+    CKrXMLNode *node = new CKrXMLNode(kind, nullptr);
+    node->m_pParent = this;
+    if (last)
+        last->m_pSibling = node;
+    else
+        m_pFirstChild = node;
+    return node;
+}
+
+CKrXMLNode *CKrXMLNode::AddChild(CKrXMLNodeType kind, wchar_t const *content) {
+    CKrXMLNode *last = m_pFirstChild;
+    while (last && last->m_pSibling) last = last->m_pSibling;
+    CKrXMLNode *node = AppendAfter(last, kind);
+    node->m_content = content;
+    return node;
+}
+
+CKrXMLNode *CKrXMLNode::AddFirstChild(CKrXMLNodeType kind, wchar_t const *content) {
+    CKrXMLNode *node = new CKrXMLNode(kind, content);
+    node->m_pParent = this;
+    node->m_pSibling = m_pFirstChild;
+    m_pFirstChild = node;
+    return node;
+}
+
+CKrXMLNode *CKrXMLNode::AddSibling(CKrXMLNodeType kind, wchar_t const *content) {
+    CKrXMLNode *node = new CKrXMLNode(kind, content);
+    node->m_pParent = this;  // the node it follows, on purpose
+    node->m_pSibling = m_pSibling;
+    m_pSibling = node;
+    return node;
+}
+
+void CKrXMLNode::Assign(CKrXMLNode *source) {
+    if (!source) return;
+    // When the source is this node or one of its ancestors the copy would walk into the nodes it
+    // creates; copy from a snapshot then.
+    for (CKrXMLNode *n = this; n; n = n->m_pParent) {
+        if (n == source) {
+            CKrXMLNode snapshot;
+            snapshot.m_type = source->m_type;
+            snapshot.m_content = source->m_content;
+            snapshot.m_attributes = source->m_attributes;
+            snapshot.CloneChildrenFrom(source);
+            Assign(&snapshot);  // the snapshot has no parent: no second detour
+            return;
+        }
+    }
+    std::vector<std::pair<CKrXMLNode const *, CKrXMLNode *>> work{{source, this}};
+    while (!work.empty()) {
+        auto [src, dst] = work.back();
+        work.pop_back();
+        dst->m_type = src->m_type;
+        dst->m_content = src->m_content;
+        for (auto const &attr : src->m_attributes) dst->m_attributes.emplace(attr.first, attr.second);
+        CKrXMLNode *last = dst->m_pFirstChild;
+        while (last && last->m_pSibling) last = last->m_pSibling;
+        for (CKrXMLNode const *c = src->m_pFirstChild; c; c = c->m_pSibling) {
+            last = dst->AppendAfter(last, krXML_ELEMENT);
+            work.emplace_back(c, last);
+        }
+    }
+}
+
+void CKrXMLNode::CloneChildrenFrom(CKrXMLNode const *source) {
+    std::vector<std::pair<CKrXMLNode const *, CKrXMLNode *>> work{{source, this}};
+    while (!work.empty()) {
+        auto [src, dst] = work.back();
+        work.pop_back();
+        CKrXMLNode *last = nullptr;
+        for (CKrXMLNode const *c = src->m_pFirstChild; c; c = c->m_pSibling) {
+            last = dst->AppendAfter(last, c->m_type);
+            last->m_content = c->m_content;
+            last->m_attributes = c->m_attributes;
+            last->m_attribsText = c->m_attribsText;
+            work.emplace_back(c, last);
+        }
+    }
+}
+
+// ---- reading ------------------------------------------------------------------------------------
+
+CKrXMLNodeType CKrXMLNode::NodeType() const { return m_type; }
+
+CKrStringW CKrXMLNode::TagName() const {
+    return m_type == krXML_ELEMENT ? m_content : CKrStringW();
+}
+
+void CKrXMLNode::SetTagName(CKrStringW name) { m_content = name; }
+
+CKrStringW CKrXMLNode::Text() const {
+    if (m_type == krXML_TEXT) return m_content;
+    std::wstring text;
+    std::vector<CKrXMLNode const *> resume;  // siblings to continue with after a subtree
+    CKrXMLNode const *n = m_pFirstChild;
+    while (n || !resume.empty()) {
+        if (!n) {
+            n = resume.back();
+            resume.pop_back();
+        }
+        if (n->m_type == krXML_TEXT) text += n->m_content.GetStdString();
+        if (n->m_pFirstChild) {
+            if (n->m_pSibling) resume.push_back(n->m_pSibling);
+            n = n->m_pFirstChild;
+        } else {
+            n = n->m_pSibling;
+        }
+    }
+    return CKrStringW(text);
+}
+
+CKrXMLNode *CKrXMLNode::FirstChild() const { return m_pFirstChild; }
+CKrXMLNode *CKrXMLNode::Sibling() const { return m_pSibling; }
+CKrXMLNode *CKrXMLNode::Parent() const { return m_pParent; }
+
+CKrXMLNode *CKrXMLNode::Child(CKrStringW const &name) const {
+    for (CKrXMLNode *n = m_pFirstChild; n; n = n->m_pSibling)
+        if (n->m_type == krXML_ELEMENT && n->m_content == name) return n;
+    return nullptr;
+}
+
+CKrXMLNode *CKrXMLNode::Sibling(CKrStringW const &name) const {
+    for (CKrXMLNode *n = m_pSibling; n; n = n->m_pSibling)
+        if (n->m_type == krXML_ELEMENT && n->m_content == name) return n;
+    return nullptr;
+}
+
+// ---- attributes ---------------------------------------------------------------------------------
+
+void CKrXMLNode::SetAttr(CKrStringW const &name, CKrStringW const &value) {
+    m_attributes.insert_or_assign(name, value);
+    m_attribsText.Empty();
+}
+
+int CKrXMLNode::GetAttr(CKrStringW const &name, CKrStringW &value) const {
+    auto it = m_attributes.find(name);
+    if (it == m_attributes.end()) return -13;
+    value = it->second;
+    return 0;
+}
+
+bool CKrXMLNode::AttrExist(CKrStringW const &name) const { return m_attributes.count(name) != 0; }
+
+void CKrXMLNode::DeleteAttr(CKrStringW const &name) { m_attributes.erase(name); }
+
+void CKrXMLNode::DeleteAllAttributes() { m_attributes.clear(); }
+
+void CKrXMLNode::SetAttribsText(CKrStringW const &text) { m_attribsText = text; }
+
+// ---- serialisation ------------------------------------------------------------------------------
+
+int CKrXMLNode::GetValue(CKrStringW &out, bool indent, bool pretty) {
+    return GetValueInternal(out, 0, indent, pretty);
+}
+
+int CKrXMLNode::GetValueInternal(CKrStringW &out, unsigned int level, bool indent, bool pretty) {
+    return CKrXMLNodeAccess::Serialize(this, out, level, indent, pretty);
+}
+
+int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int level,
+                                bool indent, bool pretty, bool asDocument) {
+    using orvik_xml::AppendEscaped;
+    using orvik_xml::AppendIndent;
+    Sink sink(out);
+    std::wstring &buf = sink.buf();
+
+    // An open element (or a document-kind node, whose children stay at its own level).
+    struct Frame {
+        CKrXMLNode *node;
+        CKrXMLNode *next;  // next child to write
+        size_t mark;       // output length after the start tag
+        unsigned int level;
+        bool pretty;
+        bool textOnly;
+        bool fragment;
+    };
+    std::vector<Frame> stack;
+
+    auto doIndent = [&](unsigned int lvl) {
+        if (indent && lvl >= 1) AppendIndent(buf, lvl);
+    };
+
+    auto emit = [&](CKrXMLNode *n, unsigned int lvl, bool pr, bool isRoot) -> int {
+        if (!isRoot && typeid(*n) != typeid(CKrXMLNode)) {
+            // A derived node may write its own way.
+            sink.Flush();
+            int rc = n->GetValueInternal(out, lvl, indent, pr);
+            sink.Resync();
+            return rc;
+        }
+        std::wstring const &content = n->m_content.GetStdString();
+        switch (n->m_type) {
+            case krXML_ELEMENT: {
+                CKrXMLNode *first = n->m_pFirstChild;
+                bool textOnly = first && first->m_type == krXML_TEXT && !first->m_pSibling &&
+                                !first->m_content.IsEmpty();
+                if (pr) doIndent(lvl);
+                buf += L'<';
+                buf += content;
+                if (!n->m_attribsText.IsEmpty()) {
+                    buf += n->m_attribsText.GetStdString();
+                } else {
+                    for (auto const &attr : n->m_attributes) {
+                        buf += L' ';
+                        buf += attr.first.GetStdString();
+                        buf += L"=\"";
+                        AppendEscaped(buf, attr.second.GetStdString());
+                        buf += L'"';
+                    }
+                }
+                buf += (pr && !textOnly) ? L">\r\n" : L">";
+                stack.push_back({n, first, sink.Length(), lvl, pr, textOnly, false});
+                return 0;
+            }
+            case krXML_TEXT:
+                if (content.empty()) return 0;
+                if (pr) doIndent(lvl);
+                AppendEscaped(buf, content);  // no line break after text, callers rely on it
+                return 0;
+            case krXML_COMMENT:
+            case krXML_PROCESSING_INSTRUCTION: {
+                if (content.empty()) return 0;
+                bool comment = n->m_type == krXML_COMMENT;
+                if (pr) doIndent(lvl);
+                buf += comment ? L"<!--" : L"<?";
+                buf += content;
+                buf += comment ? L"-->" : L"?>";
+                if (pr) buf += L"\r\n";
+                return 0;
+            }
+            case krXML_DOCUMENT:
+                stack.push_back({n, n->m_pFirstChild, sink.Length(), lvl, pr, false, true});
+                return 0;
+        }
+        return -4;  // not a node kind
+    };
+
+    int rc = 0;
+    if (asDocument)
+        stack.push_back({root, root->m_pFirstChild, sink.Length(), level, pretty, false, true});
+    else
+        rc = emit(root, level, pretty, true);
+    while (rc == 0 && !stack.empty()) {
+        Frame &f = stack.back();
+        sink.MaybeFlush();
+        if (f.next) {
+            CKrXMLNode *child = f.next;
+            f.next = child->m_pSibling;
+            rc = emit(child, f.fragment ? f.level : f.level + 1, f.pretty && !f.textOnly, false);
+            continue;
+        }
+        if (!f.fragment) {
+            std::wstring const &tag = f.node->m_content.GetStdString();
+            if (sink.Length() != f.mark) {
+                if (f.pretty && !f.textOnly) doIndent(f.level);
+                buf += L"</";
+                buf += tag;
+                buf += L'>';
+                if (f.pretty) buf += L"\r\n";
+            } else if (f.pretty && !f.textOnly) {
+                sink.PullTail(3);
+                if (EndsWith(buf, L">\r\n", 3)) buf.replace(buf.size() - 3, 3, L" />\r\n");
+            } else {
+                sink.PullTail(1);
+                if (EndsWith(buf, L">", 1)) buf.insert(buf.size() - 1, 1, L'/');
+                if (f.pretty) buf += L"\r\n";
+            }
+        }
+        stack.pop_back();
+    }
+    return rc;
+}

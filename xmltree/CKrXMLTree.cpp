@@ -1,0 +1,224 @@
+// CKrXMLTree: the document node, its serialisation and the expat-driven parser.
+#include "xmltree/CKrXMLTree.h"
+
+#include <climits>
+#include <new>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <expat.h>
+
+#include "xmltree/XmlInternal.h"
+
+static_assert(sizeof(XML_Char) == 2, "the tree needs expat built for UTF-16 (libexpatw)");
+
+// Parse state beside the tree's element stack.  The element stack is the tree's (it survives a
+// failed parse, see the header); the last-child cache lets handlers append in constant time
+// instead of walking the chain, and is rebuilt lazily at every parse.
+struct CKrXMLTreeParser {
+    CKrXMLTree *tree;
+    XML_Parser parser;
+    std::vector<CKrXMLNode *> lastChild;  // [k]: last child of the element active at depth k
+    std::wstring scratch;
+    std::wstring name;
+    std::wstring attribs;
+    bool outOfMemory = false;
+
+    void Widen(XML_Char const *s, size_t n) {
+        scratch.resize(n);
+        for (size_t i = 0; i < n; ++i) scratch[i] = static_cast<wchar_t>(s[i]);
+    }
+    void Widen(XML_Char const *s) {
+        size_t n = 0;
+        while (s[n]) ++n;
+        Widen(s, n);
+    }
+
+    // Appends a node under the active element.
+    CKrXMLNode *Append(CKrXMLNodeType kind) {
+        size_t depth = tree->m_elementStack.size();
+        CKrXMLNode *parent = tree->ActiveElement();
+        if (lastChild.size() < depth + 1) lastChild.resize(depth + 1, nullptr);
+        CKrXMLNode *last = lastChild[depth];
+        if (!last) {
+            last = parent->m_pFirstChild;
+            while (last && last->m_pSibling) last = last->m_pSibling;
+        }
+        CKrXMLNode *node = parent->AppendAfter(last, kind);
+        lastChild[depth] = node;
+        return node;
+    }
+
+    void Fail() {
+        outOfMemory = true;
+        XML_StopParser(parser, XML_FALSE);
+    }
+
+    static void XMLCALL Start(void *user, XML_Char const *name, XML_Char const **atts) {
+        auto *self = static_cast<CKrXMLTreeParser *>(user);
+        try {
+            CKrXMLTree *tree = self->tree;
+            CKrXMLNode *node = self->Append(krXML_ELEMENT);
+            self->Widen(name);
+            node->m_content = self->scratch;
+            bool keepOrder = tree->m_keepAttribsOrder;
+            self->attribs.clear();
+            for (size_t i = 0; atts[i]; i += 2) {
+                self->Widen(atts[i]);
+                std::swap(self->scratch, self->name);
+                self->Widen(atts[i + 1]);
+                if (keepOrder) {
+                    self->attribs += L' ';
+                    self->attribs += self->name;
+                    self->attribs += L"=\"";
+                    orvik_xml::AppendEscaped(self->attribs, self->scratch);
+                    self->attribs += L'"';
+                }
+                // expat refuses duplicate names, so this is SetAttr without the temporaries; the
+                // attribute text of a new node is empty anyway.
+                node->m_attributes.emplace(std::piecewise_construct, std::forward_as_tuple(self->name),
+                                           std::forward_as_tuple(self->scratch));
+            }
+            if (keepOrder && !self->attribs.empty()) node->m_attribsText = self->attribs;
+            tree->m_elementStack.push_back(node);
+            self->lastChild.resize(tree->m_elementStack.size() + 1);
+            self->lastChild.back() = nullptr;  // a new element has no children yet
+        } catch (...) {
+            self->Fail();
+        }
+    }
+
+    static void XMLCALL End(void *user, XML_Char const *) {
+        auto *self = static_cast<CKrXMLTreeParser *>(user);
+        std::deque<CKrXMLNode *> &stack = self->tree->m_elementStack;
+        if (stack.empty()) return;
+        stack.pop_back();
+        if (stack.empty()) stack.clear();  // back to the start of the queue
+        self->lastChild.resize(stack.size() + 1);
+    }
+
+    static void XMLCALL Characters(void *user, XML_Char const *s, int len) {
+        auto *self = static_cast<CKrXMLTreeParser *>(user);
+        size_t begin = 0, end = len > 0 ? static_cast<size_t>(len) : 0;
+        if (self->tree->m_dropWhitespace) {
+            auto blank = [](XML_Char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+            while (begin < end && blank(s[begin])) ++begin;
+            while (end > begin && blank(s[end - 1])) --end;
+        }
+        if (begin == end) return;
+        try {
+            CKrXMLNode *node = self->Append(krXML_TEXT);
+            self->Widen(s + begin, end - begin);
+            node->m_content = self->scratch;
+        } catch (...) {
+            self->Fail();
+        }
+    }
+
+    static void XMLCALL Comment(void *user, XML_Char const *data) {
+        auto *self = static_cast<CKrXMLTreeParser *>(user);
+        try {
+            CKrXMLNode *node = self->Append(krXML_COMMENT);
+            self->Widen(data);
+            node->m_content = self->scratch;
+        } catch (...) {
+            self->Fail();
+        }
+    }
+};
+
+CKrXMLTree::CKrXMLTree()
+    : CKrXMLNode(krXML_DOCUMENT, nullptr), m_dropWhitespace(true), m_prettyXML(true), m_spare(0),
+      m_useXMLHeader(true), m_keepAttribsOrder(false) {
+    orvik_xml::FillIndentBuffer();
+}
+
+CKrXMLTree::CKrXMLTree(CKrXMLTree const &other)
+    : CKrXMLNode(other.m_type, nullptr), m_dropWhitespace(other.m_dropWhitespace),
+      m_prettyXML(other.m_prettyXML), m_spare(0), m_useXMLHeader(other.m_useXMLHeader),
+      m_keepAttribsOrder(other.m_keepAttribsOrder) {
+    m_attributes = other.m_attributes;
+    m_attribsText = other.m_attribsText;
+    m_content = other.m_content;
+    CloneChildrenFrom(&other);
+}
+
+CKrXMLTree &CKrXMLTree::operator=(CKrXMLTree const &other) {
+    if (this == &other) return *this;
+    DestroyChildren();
+    m_elementStack.clear();
+    m_attributes = other.m_attributes;
+    m_attribsText = other.m_attribsText;
+    m_content = other.m_content;
+    m_type = other.m_type;
+    m_dropWhitespace = other.m_dropWhitespace;
+    m_prettyXML = other.m_prettyXML;
+    m_useXMLHeader = other.m_useXMLHeader;
+    m_keepAttribsOrder = other.m_keepAttribsOrder;
+    CloneChildrenFrom(&other);
+    return *this;
+}
+
+CKrXMLTree::~CKrXMLTree() = default;
+
+CKrXMLNode *CKrXMLTree::ActiveElement() {
+    return m_elementStack.empty() ? this : m_elementStack.back();
+}
+
+int CKrXMLTree::GetValue(CKrStringW &out, bool indent, bool /*pretty: the tree's flag decides*/) {
+    return GetValueInternal(out, 0, indent, m_prettyXML);
+}
+
+int CKrXMLTree::GetValueInternal(CKrStringW &out, unsigned int level, bool indent, bool pretty) {
+    out.Empty();
+    if (m_useXMLHeader) out += L"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\r\n";
+    return CKrXMLNodeAccess::Serialize(this, out, level, indent, pretty, true);
+}
+
+int CKrXMLTree::SetValue(char *buffer, unsigned long long size, bool dropWhitespace) {
+    m_dropWhitespace = dropWhitespace;
+    if (!buffer && size) return -4;
+    return ParseBytes(buffer ? buffer : "", size);
+}
+
+int CKrXMLTree::SetValue(CKrStringW const &text, bool dropWhitespace) {
+    m_dropWhitespace = dropWhitespace;
+    std::wstring const &s = text.GetStdString();
+    std::vector<uint16_t> units;
+    try {
+        units.reserve(s.size() + 1);
+        // A byte-order mark lets expat recognise UTF-16 even when the text does not start with "<".
+        if (s.empty() || s[0] != 0xFEFF) units.push_back(0xFEFF);
+        for (wchar_t c : s) units.push_back(static_cast<uint16_t>(c));
+    } catch (std::bad_alloc const &) {
+        return -3;
+    }
+    return ParseBytes(reinterpret_cast<char const *>(units.data()), units.size() * 2);
+}
+
+int CKrXMLTree::ParseBytes(char const *buffer, unsigned long long size) {
+    XML_Parser parser = XML_ParserCreate(nullptr);
+    if (!parser) return -3;
+    CKrXMLTreeParser state;
+    state.tree = this;
+    state.parser = parser;
+    state.lastChild.assign(m_elementStack.size() + 1, nullptr);
+    XML_SetUserData(parser, &state);
+    XML_SetElementHandler(parser, &CKrXMLTreeParser::Start, &CKrXMLTreeParser::End);
+    XML_SetCharacterDataHandler(parser, &CKrXMLTreeParser::Characters);
+    XML_SetCommentHandler(parser, &CKrXMLTreeParser::Comment);
+    // One final call; inputs beyond expat's int length go in pieces, the last one final.
+    constexpr unsigned long long kPiece = 1ull << 30;
+    XML_Status status = XML_STATUS_OK;
+    do {
+        unsigned long long piece = size > kPiece ? kPiece : size;
+        size -= piece;
+        status = XML_Parse(parser, buffer, static_cast<int>(piece), size == 0 ? XML_TRUE : XML_FALSE);
+        buffer += piece;
+    } while (status == XML_STATUS_OK && size > 0);
+    XML_ParserFree(parser);
+    if (state.outOfMemory) return -3;
+    return status == XML_STATUS_OK ? 0 : -9;
+}

@@ -1,0 +1,52 @@
+// Helpers shared by the xmltree sources (not installed).
+#ifndef ORVIK_XMLTREE_XMLINTERNAL_H
+#define ORVIK_XMLTREE_XMLINTERNAL_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "strings/CKrStringW.h"
+
+class CKrXMLNode;
+
+// Serialisation with access to the node internals (iterative; see CKrXMLNode.cpp).
+struct CKrXMLNodeAccess {
+    // Writes `root` and its subtree; with asDocument the root writes only its children, at its
+    // own level (the document's form, whatever the root's kind).
+    static int Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int level, bool indent,
+                         bool pretty, bool asDocument = false);
+};
+
+namespace orvik_xml {
+
+// Source path of every diagnostic of the XML tree.
+inline constexpr wchar_t const *kSource = L"xmltree/XmlTree";
+
+// Appends `text` with '"', '<', '>' and '&' replaced by their entity references.
+void AppendEscaped(std::wstring &out, wchar_t const *text, size_t length);
+inline void AppendEscaped(std::wstring &out, std::wstring const &text) {
+    AppendEscaped(out, text.data(), text.size());
+}
+
+// The shared indentation buffer: 300 blanks, filled by the first tree constructor.
+void FillIndentBuffer();
+// Appends 3 * level blanks, taken from the buffer in pieces of at most 100 levels.
+void AppendIndent(std::wstring &out, unsigned int level);
+
+// Characters that may not occur in a name of a path step or attribute step.
+bool IsSpecialPathChar(wchar_t c);
+
+// Byte conversions of the file layer.  Code pages: 1250, 852, 20127 (US-ASCII), 65001 (UTF-8).
+// Appends UTF-16 units to `out`.  Returns false for an unknown code page.  Undecodable input
+// becomes U+FFFD; the five undefined bytes of 1250 map to the C1 control of the same value.
+bool CodePageToUtf16(unsigned int codePage, unsigned char const *data, size_t size,
+                     std::vector<uint16_t> &out);
+// UTF-16 (one unit per wchar_t) to UTF-8; a surrogate pair becomes one four-byte sequence, a
+// lone surrogate U+FFFD.
+void Utf16ToUtf8(wchar_t const *text, size_t length, std::string &out);
+
+}  // namespace orvik_xml
+
+#endif

@@ -1,0 +1,56 @@
+// Escaping, indentation and the special characters of path names.
+#include <cwchar>
+
+#include "xmltree/XmlInternal.h"
+
+namespace orvik_xml {
+
+void AppendEscaped(std::wstring &out, wchar_t const *text, size_t length) {
+    size_t start = 0;  // first unit not yet copied
+    for (size_t i = 0; i < length; ++i) {
+        wchar_t const *entity;
+        switch (text[i]) {
+            case L'"': entity = L"&quot;"; break;
+            case L'<': entity = L"&lt;"; break;
+            case L'>': entity = L"&gt;"; break;
+            case L'&': entity = L"&amp;"; break;
+            default: continue;
+        }
+        out.append(text + start, i - start);
+        out.append(entity);
+        start = i + 1;
+    }
+    out.append(text + start, length - start);
+}
+
+namespace {
+constexpr unsigned int kIndentWidth = 3;
+constexpr unsigned int kIndentBufferLevels = 100;
+wchar_t g_indentBuffer[kIndentWidth * kIndentBufferLevels + 1];  // 300 blanks once filled
+}  // namespace
+
+// Filled once; the function-local static makes the first fill safe even when trees are first
+// used from several threads at the same time.
+void FillIndentBuffer() {
+    static bool const filled = [] {
+        for (unsigned int i = 0; i < kIndentWidth * kIndentBufferLevels; ++i) g_indentBuffer[i] = L' ';
+        return true;
+    }();
+    (void)filled;
+}
+
+void AppendIndent(std::wstring &out, unsigned int level) {
+    FillIndentBuffer();  // a node may be written before any tree was constructed
+    while (level > 0) {
+        unsigned int piece = level < kIndentBufferLevels ? level : kIndentBufferLevels;
+        out.append(g_indentBuffer, piece * kIndentWidth);
+        level -= piece;
+    }
+}
+
+bool IsSpecialPathChar(wchar_t c) {
+    static wchar_t const kSpecial[] = L"\"()'%{}*+<>!@&#~,:;\u00DF|[]=^$";
+    return c != 0 && std::wcschr(kSpecial, c) != nullptr;
+}
+
+}  // namespace orvik_xml
