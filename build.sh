@@ -143,7 +143,7 @@ fuzz)
     ;;
 bench)
     install_packages "${PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
-    configure build-bench -DCMAKE_BUILD_TYPE=Release -DORVIK_BUILD_BENCHMARKS=ON \
+    configure build-bench -DCMAKE_BUILD_TYPE=Release -DORVIK_BUILD_BENCHMARKS=ON -DORVIK_WERROR=OFF \
         -DORVIK_BUILD_TESTS=OFF -DORVIK_BUILD_EXAMPLES=OFF
     cmake --build build-bench -j"$JOBS" --target orvik_bench
     if [ $# -gt 0 ]; then

@@ -215,8 +215,9 @@ void Base64Coder::Encode(unsigned char const *data, size_t size) {
     if (whole < length) {
         TempBucket raw;
         raw.Clear();
-        for (size_t i = whole; i < length; ++i) raw.nData[i - whole] = in[i];
-        raw.nSize = static_cast<kr_uint8>(length - whole);
+        const size_t rest = length - whole;  // 1 or 2
+        for (size_t i = 0; i < rest && i < 3; ++i) raw.nData[i] = in[whole + i];
+        raw.nSize = static_cast<kr_uint8>(rest);
         _EncodeToBuffer(raw, m_pEBuffer + m_nEDataLen);
         m_nEDataLen += 4;
     }
