@@ -63,6 +63,11 @@ long KR_timezone(void) {
     return timezone;
 }
 
+const long *KR_timezoneAddress(void) {
+    tzsetOnce();
+    return &timezone;
+}
+
 void KR_GetLocalTime(KrSystemTime *out) {
     if (!out) return;
     struct timespec ts;

@@ -110,10 +110,76 @@ CKrDateTime &CKrDateTime::Set(unsigned short hour, unsigned short minute, unsign
     return SetMillisecond(millisec);
 }
 
+namespace {
+
+// The seven-argument Set's date check for the cases off the fast path: the current year or
+// month asked for, a month index of 12 or more, or a day outside its month.  Reports exactly
+// what the check reports and gives the (possibly substituted) year and month.
+[[gnu::noinline, gnu::cold]] bool checkDateSlow(unsigned short day, CKrDateTime::Month &month,
+                                                int &year) {
+    if (year == CKrDateTime::Inv_Year) year = CKrDateTime::GetCurrentYear();
+    if (month == CKrDateTime::Inv_Month) month = CKrDateTime::GetCurrentMonth();
+    // A month index above 12 is reported by GetNumberOfDays, which then answers 0.
+    const int monthDays = static_cast<unsigned>(month) < 12
+                              ? daysIn(month, year)
+                              : CKrDateTime::GetNumberOfDays(month, year);
+    return KR_DT_CHECK(day != 0 && day <= monthDays, L"Invalid date in CKrDateTime::Set()");
+}
+
+[[gnu::noinline, gnu::cold]] bool reportBadTime(unsigned short hour, unsigned short minute,
+                                                unsigned short second, unsigned short millisec) {
+    return KR_DT_CHECK(hour < 24 && second < 62 && minute < 60 && millisec < 1000,
+                       L"Invalid time in CKrDateTime::Set()");
+}
+
+[[gnu::noinline, gnu::cold]] bool reportOwnPathOverflow() {
+    const bool fits = false;
+    return KR_DT_CHECK(fits, L"Invalid date in CKrDateTime::Set()");
+}
+
+// The own path's value: `days` after 1970-01-01 plus the time of day in local standard time (no
+// daylight saving).  False when it does not fit 64 bits.
+[[gnu::always_inline]] inline bool ownPathValue(kr_int64 days, unsigned short hour,
+                                                unsigned short minute, unsigned short second,
+                                                unsigned short millisec, kr_int64 &value) {
+    const kr_int64 secondsOfDay =
+        (static_cast<kr_int64>(hour) * 60 + minute) * 60 + second + runtimeTimezone();
+    const bool daysFit = !__builtin_mul_overflow(days, kMsPerDay, &value);
+    const bool sumFits = !__builtin_add_overflow(value, secondsOfDay * 1000 + millisec, &value);
+    return daysFit & sumFits;
+}
+
+// The own path's common case in one piece: a valid time, a real month and year outside
+// 1970..2037 and after the first day with a day number, a day inside its month (as in a common
+// year), and a result that fits.  Every condition is computed without a data-dependent branch;
+// false sends the call through compose, which checks and reports everything in its order.
+[[gnu::always_inline]] inline bool composeOwnFast(unsigned short day, CKrDateTime::Month month,
+                                                  int year, unsigned short hour,
+                                                  unsigned short minute, unsigned short second,
+                                                  unsigned short millisec, kr_int64 &value) {
+    const unsigned mon = static_cast<unsigned>(month);
+    const unsigned safeMon = mon < 12 ? mon : 0;
+    // Month lengths of a common year: 29 February takes the checked way, which knows leap years.
+    const bool ok = (hour < 24) & (second < 62) & (minute < 60) & (millisec < 1000) & (mon < 12) &
+                    (day != 0) & (day <= kDaysInMonth[safeMon]) &
+                    (static_cast<unsigned>(year) - 1970u >= 68u) &  // not 1970..2037
+                    (year > JDN_0_YEAR);                            // also excludes Inv_Year
+    const bool fits =
+        ownPathValue(daysFromCivil(day, safeMon, year), hour, minute, second, millisec, value);
+    return ok & fits;
+}
+
+}  // namespace
+
 CKrDateTime &CKrDateTime::Set(unsigned short day, Month month, int year, unsigned short hour,
                               unsigned short minute, unsigned short second,
                               unsigned short millisec) {
-    compose(day, month, year, hour, minute, second, millisec);
+    kr_int64 value;
+    const bool common = composeOwnFast(day, month, year, hour, minute, second, millisec, value);
+    if (__builtin_expect(common, 1))
+        m_value = value;
+    else
+        compose(day, month, year, hour, minute, second, millisec);
     return *this;
 }
 
@@ -136,27 +202,28 @@ bool CKrDateTime::composeRuntime(unsigned short day, Month month, int year, unsi
 
 bool CKrDateTime::compose(unsigned short day, Month month, int year, unsigned short hour,
                           unsigned short minute, unsigned short second, unsigned short millisec) {
-    if (!KR_DT_CHECK(hour < 24 && second < 62 && minute < 60 && millisec < 1000,
-                     L"Invalid time in CKrDateTime::Set()"))
-        return false;
-    if (year == Inv_Year) year = GetCurrentYear();
-    if (month == Inv_Month) month = GetCurrentMonth();
-    // A month index above 12 is reported by GetNumberOfDays, which then answers 0.
-    const int monthDays =
-        static_cast<unsigned>(month) < 12 ? daysIn(month, year) : GetNumberOfDays(month, year);
-    if (!KR_DT_CHECK(day != 0 && day <= monthDays, L"Invalid date in CKrDateTime::Set()"))
-        return false;
+    // The common case (a valid time, a real month and year, a day inside its month) is decided
+    // without data-dependent branches; everything else goes through the checks that report.
+    const bool timeOk = (hour < 24) & (second < 62) & (minute < 60) & (millisec < 1000);
+    if (__builtin_expect(!timeOk, 0)) return reportBadTime(hour, minute, second, millisec);
+    const unsigned mon = static_cast<unsigned>(month);
+    // Days in the month: the common-year length, plus one for February of a leap year.
+    const unsigned monthDays =
+        kDaysInMonth[mon < 12 ? mon : 0] +
+        (static_cast<unsigned>(mon == Feb) & static_cast<unsigned>(isGregorianLeap32(year)));
+    const bool dateOk = (mon < 12) & (year != Inv_Year) & (day != 0) & (day <= monthDays);
+    if (__builtin_expect(!dateOk, 0) && !checkDateSlow(day, month, year)) return false;
 
-    if (year >= 1970 && year < 2038) return composeRuntime(day, month, year, hour, minute, second, millisec);
+    if (static_cast<unsigned>(year) - 1970u < 68u)  // 1970..2037
+        return composeRuntime(day, month, year, hour, minute, second, millisec);
 
-    // Own path: local standard time, no daylight saving.
-    const kr_int64 days = jdnFromDate(day, month, year) - kUnixEpochJdn;
-    const kr_int64 secondsOfDay =
-        (static_cast<kr_int64>(hour) * 60 + minute) * 60 + second + runtimeTimezone();
+    // Own path.  A date before the first day number is reported and counted from day number 0.
+    const kr_int64 days = __builtin_expect(year <= JDN_0_YEAR, 0)
+                              ? jdnFromDate(day, month, year) - kUnixEpochJdn
+                              : daysFromCivil(day, static_cast<unsigned>(month), year);
     kr_int64 value;
-    bool fits = !__builtin_mul_overflow(days, kMsPerDay, &value) &&
-                !__builtin_add_overflow(value, secondsOfDay * 1000 + millisec, &value);
-    if (!KR_DT_CHECK(fits, L"Invalid date in CKrDateTime::Set()")) return false;
+    if (__builtin_expect(!ownPathValue(days, hour, minute, second, millisec, value), 0))
+        return reportOwnPathOverflow();
     m_value = value;
     return true;
 }

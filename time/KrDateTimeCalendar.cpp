@@ -21,27 +21,22 @@ kr_int64 jdnSlow(kr_int64 day, int month, kr_int64 year) {
            floorDiv(y, 400) - 32046;
 }
 
-namespace {
-
-std::atomic<bool> g_runtimeInitialised{false};
-
-}  // namespace
+std::atomic<const long *> g_runtimeZone{nullptr};
 
 void reportBeforeJdnEpoch() {
     DiagAssertW(L"!isBeforeJdnEpoch(day, month, year)", kSource, __LINE__, L"%s",
                 L"date out of range - can't convert to JDN");
 }
 
-long runtimeTimezone() {
+long runtimeTimezoneFirst() {
     // The runtime reads its zone on the first local-time call; _timezone is meaningful only
     // after that.  A race repeats the call, which is harmless.
-    if (!g_runtimeInitialised.load(std::memory_order_acquire)) {
-        kr_int64 now = KR_time64(nullptr);
-        struct tm scratch;
-        KR_localtime64(&now, &scratch);
-        g_runtimeInitialised.store(true, std::memory_order_release);
-    }
-    return KR_timezone();
+    kr_int64 now = KR_time64(nullptr);
+    struct tm scratch;
+    KR_localtime64(&now, &scratch);
+    const long *zone = KR_timezoneAddress();
+    g_runtimeZone.store(zone, std::memory_order_release);
+    return *zone;
 }
 
 struct tm localTmNow() {

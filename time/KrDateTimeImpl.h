@@ -3,6 +3,7 @@
 #ifndef ORVIK_TIME_KRDATETIMEIMPL_H
 #define ORVIK_TIME_KRDATETIMEIMPL_H
 
+#include <atomic>
 #include <cstdint>
 
 #include "platform/KrPlatform.h"
@@ -129,9 +130,37 @@ inline CivilDate dateFromJdn(kr_int64 jdn) {
 // Weekday (0 = Sunday) of a day number.
 inline int weekDayFromJdn(kr_int64 jdn) { return static_cast<int>(floorMod(jdn + 2, 7)); }
 
+// The days from 1970-01-01 to a proleptic Gregorian date with a day number (on or after
+// 24 November -4713; month 0..11, day >= 0).  The same count as jdnFromDate - kUnixEpochJdn,
+// without branches on the data: the March-based year is below 2^32 for every int year, so all
+// divisions are 32-bit divisions by constants (multiplications).
+inline kr_int64 daysFromCivil(unsigned day, unsigned month, int year) {
+    const kr_uint32 beforeMarch = month < 2 ? 1u : 0u;  // January and February: previous year
+    // The year counted from -4800, exact in 32 bits: [86, 2^31 + 4800).
+    const kr_uint32 u = static_cast<kr_uint32>(year) + 4800u - beforeMarch;
+    const kr_uint32 m = month + 12u * beforeMarch - 2u;  // March-based, [0, 11]
+    const kr_uint32 leapDays = u / 4u - u / 100u + u / 400u;
+    const kr_uint64 total = 365 * static_cast<kr_uint64>(u) + leapDays + (153u * m + 2u) / 5u + day;
+    return static_cast<kr_int64>(total) - 32046 - kUnixEpochJdn;
+}
+
+// Gregorian leap year of an int year without branches (the same answer as isGregorianLeap).
+inline bool isGregorianLeap32(int year) {
+    return ((year & 3) == 0) & (((year % 100) != 0) | ((year & 15) == 0));
+}
+
+// Where the runtime keeps _timezone, set by the one-time runtime initialisation; null before.
+extern std::atomic<const long *> g_runtimeZone;
+long runtimeTimezoneFirst();
+
 // The runtime's _timezone (seconds west of UTC of local standard time), read after the
-// one-time runtime initialisation.
-long runtimeTimezone();
+// one-time runtime initialisation.  Read through the variable's address rather than a call per
+// read: this sits on every own-path composition.  A zone changed with tzset() is seen at once.
+inline long runtimeTimezone() {
+    const long *zone = g_runtimeZone.load(std::memory_order_acquire);
+    return __builtin_expect(zone != nullptr, 1) ? *zone : runtimeTimezoneFirst();
+}
+
 // The local standard offset in seconds east of UTC.
 inline kr_int32 localStdOffset() { return static_cast<kr_int32>(-runtimeTimezone()); }
 

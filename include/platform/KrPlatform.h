@@ -158,6 +158,10 @@ ORVIK_PLATFORM_API kr_int64 KR_mktime64(struct tm *tm);
 /* _timezone: seconds WEST of UTC of the local standard time (Prague -3600, New York 18000).
  * The zone is read once (tzset) on first use; a process that changes TZ calls tzset() itself. */
 ORVIK_PLATFORM_API long KR_timezone(void);
+/* Where KR_timezone reads its answer, after the same one-time zone read: reading through the
+ * pointer always gives what KR_timezone would return at that moment (tzset() updates the
+ * variable in place), without a call per read.  Never null. */
+ORVIK_PLATFORM_API const long *KR_timezoneAddress(void);
 /* GetLocalTime: the local time now with milliseconds.  A null argument does nothing. */
 ORVIK_PLATFORM_API void KR_GetLocalTime(KrSystemTime *out);
 
