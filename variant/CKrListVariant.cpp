@@ -63,6 +63,7 @@ CKrVariant *CKrListVariant::GetAt(int index) const {
 CKrVariant *CKrListVariant::Append(CKrVariant *item) {
     if (!item) return nullptr;
     std::lock_guard<std::recursive_mutex> guard(GetLock());
+    CKrVariantAccess::ReserveFirst(m_items);
     m_items.push_back(item);
     return item;
 }

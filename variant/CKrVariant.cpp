@@ -94,15 +94,21 @@ CKrStringW validName(CKrStringW const &name) {
 }
 }  // namespace
 
+// A stored name never holds a zero unit (every path that sets one cuts at the first zero), so
+// copying the whole standard string gives what the string's own copy would, without measuring.
 CKrVariant::CKrVariant(RawTag, CKrStringW const &name, CKrVariantData *data, bool enabledTypeChange)
-    : m_ppData(&m_pData), m_pData(data), m_name(name), m_enabledTypeChange(enabledTypeChange) {}
+    : m_ppData(&m_pData), m_pData(data), m_name(name.GetStdString()), m_enabledTypeChange(enabledTypeChange) {}
 
 CKrVariant::CKrVariant() : m_ppData(&m_pData), m_pData(nullptr), m_name(L"no_name"), m_enabledTypeChange(false) {}
 
+// The name parameter is this variant's own copy already: validate it in place and move it in.
 #define KR_VARIANT_CTOR(Type, Holder, Expr)                                                        \
-    CKrVariant::CKrVariant(Type value, CKrStringW const &name)                                     \
-        : m_ppData(&m_pData), m_pData(new Holder(Expr)), m_name(validName(name)),                  \
-          m_enabledTypeChange(false) {}
+    CKrVariant::CKrVariant(Type value, CKrStringW name)                                            \
+        : m_ppData(&m_pData), m_pData(nullptr), m_name(std::move(name)),                           \
+          m_enabledTypeChange(false) {                                                             \
+        ValidateName(m_name);                                                                      \
+        m_pData = new Holder(Expr);                                                                \
+    }
 
 KR_VARIANT_CTOR(int, CKrVariantDataKr_int32, value)
 KR_VARIANT_CTOR(unsigned int, CKrVariantDataKr_uint32, value)
@@ -409,11 +415,14 @@ bool CKrVariant::ValidateName(CKrStringW &name) {
     auto later = [&](wchar_t c) {
         return letter(c) || (c >= L'0' && c <= L'9') || c == L'-' || c == L'.' || c == L'_';
     };
-    // The string class stops at the first zero unit; so does the name.
-    size_t length = s.find(L'\0');
-    if (length == std::wstring::npos) length = s.size();
-    bool clean = letter(s[0]) || s[0] == L'_';
-    for (size_t i = 1; clean && i < length; ++i) clean = later(s[i]);
+    // The string class stops at the first zero unit; so does the name.  One pass: the check
+    // ends at the end or at the first zero, whichever comes first.
+    size_t const size = s.size();
+    wchar_t const *p = s.data();
+    bool clean = letter(p[0]) || p[0] == L'_';
+    size_t length = 1;
+    for (; length < size && p[length] != L'\0'; ++length)
+        if (clean && !later(p[length])) clean = false;
     if (clean) return false;
     std::wstring fixed(s, 0, length);
     if (!(letter(fixed[0]) || fixed[0] == L'_')) fixed[0] = L'_';

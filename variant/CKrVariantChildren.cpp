@@ -25,6 +25,12 @@ bool nameIs(CKrVariant const &v, wchar_t const *name) {
 
 CKrVariantRunType const &plainList() { return CKrVariantDataCKrListVariant::GetOrigRunType(); }
 
+// GetRunType() == plainList() without comparing names for the usual case, a list holder.
+bool holdsPlainList(CKrVariantData const *data) {
+    if (data->IsArray()) return static_cast<CKrVariantDataCKrListVariant const *>(data)->IsPlainList();
+    return data->GetRunType() == plainList();
+}
+
 }  // namespace
 
 // ---- children --------------------------------------------------------------------------------
@@ -89,7 +95,7 @@ CKrVariantDataCKrListVariant *CKrVariant::prepareListForAdd() {
 }
 
 CKrVariant &CKrVariant::Append(CKrVariant const &item) {
-    if (m_pData && !m_enabledTypeChange && GetRunType() != plainList()) {
+    if (m_pData && !m_enabledTypeChange && !holdsPlainList(m_pData)) {
         DiagAssertW(L"true", KR_VARIANT_SOURCE, __LINE__,
                     L"Error: invalid variant type (%hs) for array operation.",
                     GetRunType().GetName().GetString());
@@ -102,7 +108,7 @@ CKrVariant &CKrVariant::Append(CKrVariant const &item) {
 
 CKrVariant &CKrVariant::Append(CKrVariant &&item) {
     if (&item == this) return Append(static_cast<CKrVariant const &>(item));
-    if (m_pData && !m_enabledTypeChange && GetRunType() != plainList()) {
+    if (m_pData && !m_enabledTypeChange && !holdsPlainList(m_pData)) {
         DiagAssertW(L"true", KR_VARIANT_SOURCE, __LINE__,
                     L"Error: invalid variant type (%hs) for array operation.",
                     GetRunType().GetName().GetString());

@@ -1,10 +1,13 @@
 #include "variant/CKrVariantData.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "platform/KrPlatform.h"
 #include "types/Base64Coder.h"
@@ -85,6 +88,7 @@ void setWide(CKrStringW &out, std::wstring const &text) { out = text; }
 #define KR_SCALAR_COMMON(Class, Kind, Type, Init, Message)                                         \
     Class::Class() : CKrVariantData(Kind), m_value(Init) {}                                        \
     Class::Class(Type const &value) : CKrVariantData(Kind), m_value(value) {}                      \
+    Class::Class(Type &&value) : CKrVariantData(Kind), m_value(std::move(value)) {}               \
     bool Class::SetString(CKrStringW const &text) { return SetString(text.GetString()); }          \
     bool Class::IsEqual(CKrVariantData const &other) const {                                       \
         return other.GetKind() == Kind && static_cast<Class const &>(other).m_value == m_value;     \
@@ -137,6 +141,20 @@ KR_SCALAR_COMMON(CKrVariantDataCKrByteArray, krDATA_BYTEARRAY, CKrByteArray, CKr
 // ---- text forms ------------------------------------------------------------------------------
 
 namespace {
+// Decimal text of an integer, as "%d" / "%u" / "%lld" / "%llu" write it, without the printf
+// machinery (the text form is written once per node when trees are saved).
+template <class T>
+bool formatDecimal(CKrStringW &out, T value) {
+    char digits[32];
+    std::to_chars_result r = std::to_chars(digits, digits + sizeof digits, value);
+    wchar_t wide[32];
+    size_t n = static_cast<size_t>(r.ptr - digits);
+    for (size_t i = 0; i < n; ++i) wide[i] = static_cast<wchar_t>(digits[i]);
+    wide[n] = L'\0';
+    out = wide;
+    return true;
+}
+
 template <class T>
 bool formatInto(CKrStringW &out, wchar_t const *format, T value) {
     wchar_t buffer[64];
@@ -147,23 +165,38 @@ bool formatInto(CKrStringW &out, wchar_t const *format, T value) {
 }
 }  // namespace
 
-bool CKrVariantDataKr_int32::GetString(CKrStringW &out) const { return formatInto(out, L"%d", m_value); }
-bool CKrVariantDataKr_uint32::GetString(CKrStringW &out) const { return formatInto(out, L"%u", m_value); }
+bool CKrVariantDataKr_int32::GetString(CKrStringW &out) const { return formatDecimal(out, m_value); }
+bool CKrVariantDataKr_uint32::GetString(CKrStringW &out) const { return formatDecimal(out, m_value); }
 bool CKrVariantDataKr_int64::GetString(CKrStringW &out) const {
-    return formatInto(out, L"%lld", static_cast<long long>(m_value));
+    return formatDecimal(out, static_cast<long long>(m_value));
 }
 bool CKrVariantDataKr_uint64::GetString(CKrStringW &out) const {
-    return formatInto(out, L"%llu", static_cast<unsigned long long>(m_value));
+    return formatDecimal(out, static_cast<unsigned long long>(m_value));
 }
 bool CKrVariantDataDouble::GetString(CKrStringW &out) const {
-    // "%.15f" of a large magnitude runs to hundreds of digits: format without a length limit.
+    // "%.15f".  A finite value is formatted by std::to_chars, which gives the same correctly
+    // rounded digits as the C library's printf; infinities and NaN keep the printf spelling.
+    // The largest magnitudes run to 309 integer digits: the buffer holds any finite value.
+    if (std::isfinite(m_value)) {
+        char digits[400];
+        std::to_chars_result r =
+            std::to_chars(digits, digits + sizeof digits - 1, m_value, std::chars_format::fixed, 15);
+        if (r.ec == std::errc()) {
+            wchar_t wide[400];
+            size_t n = static_cast<size_t>(r.ptr - digits);
+            for (size_t i = 0; i < n; ++i) wide[i] = static_cast<wchar_t>(digits[i]);
+            wide[n] = L'\0';
+            out = wide;
+            return true;
+        }
+    }
     std::wstring text;
     krVariantAppendFormat(text, L"%.15f", m_value);
     setWide(out, text);
     return true;
 }
 bool CKrVariantDataBool::GetString(CKrStringW &out) const {
-    setWide(out, m_value ? L"true" : L"false");
+    out = m_value ? L"true" : L"false";
     return true;
 }
 bool CKrVariantDataVoidPtr::GetString(CKrStringW &out) const { return formatInto(out, L"%p", m_value); }
@@ -238,10 +271,10 @@ bool CKrVariantDataCKrByteArray::SetString(wchar_t const *text) {
 // ---- list holder -----------------------------------------------------------------------------
 
 CKrVariantDataCKrListVariant::CKrVariantDataCKrListVariant()
-    : CKrVariantData(krDATA_LIST), m_runType(GetOrigRunType()) {}
+    : CKrVariantData(krDATA_LIST), m_runType(GetOrigRunType()), m_plain(true) {}
 
 CKrVariantDataCKrListVariant::CKrVariantDataCKrListVariant(CKrListVariant const &list)
-    : CKrVariantData(krDATA_LIST), m_list(list), m_runType(GetOrigRunType()) {}
+    : CKrVariantData(krDATA_LIST), m_list(list), m_runType(GetOrigRunType()), m_plain(true) {}
 
 CKrVariantDataCKrListVariant::~CKrVariantDataCKrListVariant() = default;
 
@@ -252,7 +285,7 @@ bool CKrVariantDataCKrListVariant::SetString(CKrStringW const &) { return true; 
 bool CKrVariantDataCKrListVariant::IsEqual(CKrVariantData const &other) const {
     if (!other.IsArray()) return false;
     auto const &o = static_cast<CKrVariantDataCKrListVariant const &>(other);
-    if (o.m_runType != m_runType) return false;
+    if (!(m_plain && o.m_plain) && o.m_runType != m_runType) return false;
     return CKrVariantAccess::ListsEqual(m_list, o.m_list);
 }
 
@@ -269,8 +302,10 @@ void CKrVariantDataCKrListVariant::GetValueCopy(CKrVariantData &data) const {
     // This holder may live inside the target's tree and be destroyed by the assignment below:
     // take the run type first (the list assignment itself copies before it destroys).
     CKrVariantRunType runType = m_runType;
+    bool plain = m_plain;
     target.m_list = m_list;
     target.m_runType = runType;
+    target.m_plain = plain;
 }
 
 CKrVariantData *CKrVariantDataCKrListVariant::CreateEmpty() const {
@@ -278,6 +313,7 @@ CKrVariantData *CKrVariantDataCKrListVariant::CreateEmpty() const {
 }
 
 int CKrVariantDataCKrListVariant::SetRunType(CKrVariantRunType const &type) {
+    m_plain = &type == &GetOrigRunType() || type == GetOrigRunType();
     m_runType = type;
     return 0;
 }

@@ -35,6 +35,8 @@ struct CKrVariantAccess {
                                     CKrListVariant **dstList);
     // Appends deep copies of every child of `src` to `dst`.
     static void CopyChildren(CKrListVariant const &src, CKrListVariant &dst);
+    // Gives an empty children vector its first capacity (appending one by one).
+    static void ReserveFirst(Items &items);
     // Destroys every node reachable from `items` and empties it.
     static void DestroyItems(Items &items);
     // List equality: equal counts; named children paired by name (first of that name in `b`),

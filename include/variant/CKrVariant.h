@@ -41,20 +41,22 @@ class ORVIK_API CKrVariant {
 public:
     // ---- construction -----------------------------------------------------------------------
     CKrVariant();  // Null, named "no_name"
-    CKrVariant(int value, CKrStringW const &name = CKrStringW());
-    CKrVariant(unsigned int value, CKrStringW const &name = CKrStringW());
-    CKrVariant(kr_int64 value, CKrStringW const &name = CKrStringW());
-    CKrVariant(kr_uint64 value, CKrStringW const &name = CKrStringW());
-    CKrVariant(long long value, CKrStringW const &name = CKrStringW());  // as kr_int64
-    CKrVariant(unsigned long long value, CKrStringW const &name = CKrStringW());  // as kr_uint64
-    CKrVariant(double value, CKrStringW const &name = CKrStringW());
-    CKrVariant(bool value, CKrStringW const &name = CKrStringW());
-    CKrVariant(void *value, CKrStringW const &name = CKrStringW());  // not owned
-    CKrVariant(char const *value, CKrStringW const &name = CKrStringW());  // "CKrStringW" (mbstowcs)
-    CKrVariant(wchar_t const *value, CKrStringW const &name = CKrStringW());  // "CKrStringW"
-    CKrVariant(CKrStringW const &value, CKrStringW const &name = CKrStringW());
-    CKrVariant(CKrByteArray const &value, CKrStringW const &name = CKrStringW());
-    CKrVariant(CKrListVariant const &value, CKrStringW const &name = CKrStringW());  // deep copy
+    // The name is taken by value so that a temporary (the usual L"..." argument) is moved in
+    // rather than copied; it is validated in place.
+    CKrVariant(int value, CKrStringW name = CKrStringW());
+    CKrVariant(unsigned int value, CKrStringW name = CKrStringW());
+    CKrVariant(kr_int64 value, CKrStringW name = CKrStringW());
+    CKrVariant(kr_uint64 value, CKrStringW name = CKrStringW());
+    CKrVariant(long long value, CKrStringW name = CKrStringW());  // as kr_int64
+    CKrVariant(unsigned long long value, CKrStringW name = CKrStringW());  // as kr_uint64
+    CKrVariant(double value, CKrStringW name = CKrStringW());
+    CKrVariant(bool value, CKrStringW name = CKrStringW());
+    CKrVariant(void *value, CKrStringW name = CKrStringW());  // not owned
+    CKrVariant(char const *value, CKrStringW name = CKrStringW());  // "CKrStringW" (mbstowcs)
+    CKrVariant(wchar_t const *value, CKrStringW name = CKrStringW());  // "CKrStringW"
+    CKrVariant(CKrStringW const &value, CKrStringW name = CKrStringW());
+    CKrVariant(CKrByteArray const &value, CKrStringW name = CKrStringW());
+    CKrVariant(CKrListVariant const &value, CKrStringW name = CKrStringW());  // deep copy
     // An empty value made by CreateEmpty from the registered sample of `type`; Null when the
     // type is not registered (reported by GetRunTypeSample) or its sample is Null.  For a record
     // type this is an empty plain list (CreateEmpty of a list); SetRunType gives the record with

@@ -86,6 +86,7 @@ private:
     public:                                                                                       \
         Class();                                                                                  \
         explicit Class(Type const &value);                                                        \
+        explicit Class(Type &&value);                                                             \
         bool GetString(CKrStringW &out) const override;                                           \
         bool SetString(wchar_t const *text) override;                                             \
         bool SetString(CKrStringW const &text) override;                                          \
@@ -144,11 +145,14 @@ public:
     static CKrVariantRunType const &GetOrigRunType();  // "CKrListVariant"
     CKrListVariant &GetList() { return m_list; }
     CKrListVariant const &GetList() const { return m_list; }
-    bool IsPlainList() const { return m_runType == GetOrigRunType(); }
+    // True while the stored run-type name is "CKrListVariant" (kept in step with the name, so
+    // the hot paths need not compare strings).
+    bool IsPlainList() const { return m_plain; }
 
 private:
     CKrListVariant m_list;
     CKrVariantRunType m_runType;
+    bool m_plain;
 };
 
 #endif
