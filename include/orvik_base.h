@@ -23,6 +23,7 @@
 #include "variant/CKrVariantRunType.h"
 #include "variant/EKrKeyType.h"
 
+#include "xmltree/CKrXMLAttributeMap.h"
 #include "xmltree/CKrXMLNode.h"
 #include "xmltree/CKrXMLNodeSet.h"
 #include "xmltree/CKrXMLTree.h"

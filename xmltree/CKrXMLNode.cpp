@@ -1,6 +1,9 @@
 // CKrXMLNode: links, ownership, attributes and serialisation.
 #include "xmltree/CKrXMLNode.h"
 
+#include <climits>
+#include <cstdlib>
+#include <new>
 #include <string>
 #include <typeinfo>
 #include <utility>
@@ -50,13 +53,75 @@ private:
     std::wstring m_buf;
 };
 
-// Output size without escapes (a lower bound, close for most documents), so that the result is
-// allocated once.
 bool EndsWith(std::wstring const &s, wchar_t const *tail, size_t n) {
     return s.size() >= n && s.compare(s.size() - n, n, tail) == 0;
 }
 
 }  // namespace
+
+// ---- allocation ---------------------------------------------------------------------------------
+
+namespace {
+// Every node is preceded by this header (16 bytes keep the node aligned like malloc's memory).
+struct alignas(16) NodeHeader {
+    CKrXMLNodeSlab *slab;  // null: the node has its own allocation
+};
+static_assert(sizeof(NodeHeader) == 16, "node header size");
+}  // namespace
+
+CKrXMLNodeSlab *CKrXMLNodeSlab::Create() {
+    void *p = std::malloc(sizeof(CKrXMLNodeSlab));
+    if (!p) return nullptr;
+    CKrXMLNodeSlab *slab = static_cast<CKrXMLNodeSlab *>(p);
+    slab->live = 0;
+    slab->used = 0;
+    slab->open = true;
+    return slab;
+}
+
+void *CKrXMLNodeSlab::Carve(size_t size) {
+    size = (size + 15) & ~size_t{15};
+    if (size > kBytes - used) return nullptr;
+    void *p = data + used;
+    used += size;
+    ++live;
+    return p;
+}
+
+void CKrXMLNodeSlab::Close(CKrXMLNodeSlab *slab) {
+    if (!slab) return;
+    slab->open = false;
+    if (slab->live == 0) std::free(slab);
+}
+
+void *CKrXMLNode::operator new(size_t size) {
+    return operator new(size, static_cast<CKrXMLNodeSlab *>(nullptr));
+}
+
+void *CKrXMLNode::operator new(size_t size, CKrXMLNodeSlab *slab) {
+    size_t total = sizeof(NodeHeader) + size;
+    void *p = slab ? slab->Carve(total) : nullptr;
+    if (!p) {
+        slab = nullptr;
+        p = std::malloc(total);
+        if (!p) throw std::bad_alloc();
+    }
+    NodeHeader *h = ::new (p) NodeHeader{slab};
+    return h + 1;
+}
+
+void CKrXMLNode::operator delete(void *p) {
+    if (!p) return;
+    NodeHeader *h = static_cast<NodeHeader *>(p) - 1;
+    CKrXMLNodeSlab *slab = h->slab;
+    if (!slab) {
+        std::free(h);
+        return;
+    }
+    if (--slab->live == 0 && !slab->open) std::free(slab);
+}
+
+void CKrXMLNode::operator delete(void *p, CKrXMLNodeSlab *) { operator delete(p); }
 
 // ---- construction and ownership ---------------------------------------------------------------
 
@@ -141,8 +206,8 @@ void CKrXMLNode::Init() {
     m_pParent = nullptr;
 }
 
-CKrXMLNode *CKrXMLNode::AppendAfter(CKrXMLNode *last, CKrXMLNodeType kind) {
-    CKrXMLNode *node = new CKrXMLNode(kind, nullptr);
+CKrXMLNode *CKrXMLNode::AppendAfter(CKrXMLNode *last, CKrXMLNodeType kind, CKrXMLNodeSlab *slab) {
+    CKrXMLNode *node = new (slab) CKrXMLNode(kind, nullptr);
     node->m_pParent = this;
     if (last)
         last->m_pSibling = node;
@@ -301,10 +366,80 @@ int CKrXMLNode::GetValueInternal(CKrStringW &out, unsigned int level, bool inden
     return CKrXMLNodeAccess::Serialize(this, out, level, indent, pretty);
 }
 
+size_t CKrXMLNodeAccess::OutputLength(CKrXMLNode const *root, unsigned int level, bool indent,
+                                      bool pretty, bool asDocument) {
+    // Walked in document order, the order the parser allocated the nodes in (memory-friendly).
+    struct List {
+        CKrXMLNode const *next;  // next node of a child list
+        unsigned int level;
+        bool pretty;
+    };
+    std::vector<List> lists;
+    size_t total = 0;
+    auto visit = [&](CKrXMLNode const *n, unsigned int lvl, bool pr) {
+        size_t length = n->m_content.GetLength();
+        size_t ind = (pr && indent) ? size_t{3} * lvl : 0;
+        switch (n->m_type) {
+            case krXML_ELEMENT: {
+                CKrXMLNode const *first = n->m_pFirstChild;
+                bool textOnly = first && first->m_type == krXML_TEXT && !first->m_pSibling &&
+                                !first->m_content.IsEmpty();
+                bool inner = pr && !textOnly;
+                total += ind + 1 + length;
+                if (!n->m_attribsText.IsEmpty()) {
+                    total += n->m_attribsText.GetLength();
+                } else {
+                    for (auto const &attr : n->m_attributes)
+                        total += 4 + attr.first.GetLength() + attr.second.GetLength();
+                }
+                total += inner ? 3 : 1;                                  // ">" [CRLF]
+                total += (inner ? ind : 0) + 3 + length + (pr ? 2 : 0);  // "</name>" [CRLF]
+                if (first) lists.push_back({first, lvl + 1, inner});
+                break;
+            }
+            case krXML_TEXT:
+                if (length) total += ind + length;
+                break;
+            case krXML_COMMENT:
+            case krXML_PROCESSING_INSTRUCTION:
+                if (length) total += length + (n->m_type == krXML_COMMENT ? 7 : 4) + (pr ? ind + 2 : 0);
+                break;
+            case krXML_DOCUMENT:
+                if (n->m_pFirstChild) lists.push_back({n->m_pFirstChild, lvl, pr});
+                break;
+        }
+    };
+    if (asDocument) {
+        if (root->m_pFirstChild) lists.push_back({root->m_pFirstChild, level, pretty});
+    } else {
+        visit(root, level, pretty);
+    }
+    while (!lists.empty()) {
+        List &l = lists.back();
+        CKrXMLNode const *n = l.next;
+        if (!n) {
+            lists.pop_back();
+            continue;
+        }
+        l.next = n->m_pSibling;
+        visit(n, l.level, l.pretty);  // may push (and move `l`)
+    }
+    return total;
+}
+
 int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int level,
                                 bool indent, bool pretty, bool asDocument) {
     using orvik_xml::AppendEscaped;
     using orvik_xml::AppendIndent;
+    {
+        // Size the result once instead of letting it grow by doubling (each step copies it and
+        // touches new pages).  The measure leaves out escapes (counting them means reading every
+        // text); the margin covers them for ordinary documents, and capacity never written is
+        // never touched, so the margin costs address space only.
+        size_t measured = OutputLength(root, level, indent, pretty, asDocument);
+        size_t want = out.GetLength() + measured + measured / 4 + 64;
+        if (want <= static_cast<size_t>(INT_MAX)) out.Preallocate(static_cast<int>(want));
+    }
     Sink sink(out);
     std::wstring &buf = sink.buf();
 
@@ -347,12 +482,15 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
                     for (auto const &attr : n->m_attributes) {
                         buf += L' ';
                         buf += attr.first.GetStdString();
-                        buf += L"=\"";
+                        buf.append(L"=\"", 2);
                         AppendEscaped(buf, attr.second.GetStdString());
                         buf += L'"';
                     }
                 }
-                buf += (pr && !textOnly) ? L">\r\n" : L">";
+                if (pr && !textOnly)
+                    buf.append(L">\r\n", 3);
+                else
+                    buf += L'>';
                 stack.push_back({n, first, sink.Length(), lvl, pr, textOnly, false});
                 return 0;
             }
@@ -369,7 +507,7 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
                 buf += comment ? L"<!--" : L"<?";
                 buf += content;
                 buf += comment ? L"-->" : L"?>";
-                if (pr) buf += L"\r\n";
+                if (pr) buf.append(L"\r\n", 2);
                 return 0;
             }
             case krXML_DOCUMENT:
@@ -397,17 +535,17 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
             std::wstring const &tag = f.node->m_content.GetStdString();
             if (sink.Length() != f.mark) {
                 if (f.pretty && !f.textOnly) doIndent(f.level);
-                buf += L"</";
+                buf.append(L"</", 2);
                 buf += tag;
                 buf += L'>';
-                if (f.pretty) buf += L"\r\n";
+                if (f.pretty) buf.append(L"\r\n", 2);
             } else if (f.pretty && !f.textOnly) {
                 sink.PullTail(3);
                 if (EndsWith(buf, L">\r\n", 3)) buf.replace(buf.size() - 3, 3, L" />\r\n");
             } else {
                 sink.PullTail(1);
                 if (EndsWith(buf, L">", 1)) buf.insert(buf.size() - 1, 1, L'/');
-                if (f.pretty) buf += L"\r\n";
+                if (f.pretty) buf.append(L"\r\n", 2);
             }
         }
         stack.pop_back();

@@ -1,6 +1,7 @@
 // CKrXMLTree: the document node, its serialisation and the expat-driven parser.
 #include "xmltree/CKrXMLTree.h"
 
+#include <algorithm>
 #include <climits>
 #include <new>
 #include <string>
@@ -24,7 +25,19 @@ struct CKrXMLTreeParser {
     std::wstring scratch;
     std::wstring name;
     std::wstring attribs;
+    std::vector<size_t> order;  // attribute pairs in name order
+    CKrXMLNodeSlab *slab = nullptr;  // block the new nodes are carved from
+    static constexpr size_t kSlot = 16 + ((sizeof(CKrXMLNode) + 15) & ~size_t{15});  // header + node
     bool outOfMemory = false;
+
+    ~CKrXMLTreeParser() { CKrXMLNodeSlab::Close(slab); }
+
+    // wcscmp on zero-terminated UTF-16 (units compared as unsigned values).
+    static int Compare(XML_Char const *a, XML_Char const *b) {
+        while (*a && *a == *b) ++a, ++b;
+        auto ua = static_cast<char16_t>(*a), ub = static_cast<char16_t>(*b);
+        return ua < ub ? -1 : ua > ub ? 1 : 0;
+    }
 
     void Widen(XML_Char const *s, size_t n) {
         scratch.resize(n);
@@ -46,7 +59,11 @@ struct CKrXMLTreeParser {
             last = parent->m_pFirstChild;
             while (last && last->m_pSibling) last = last->m_pSibling;
         }
-        CKrXMLNode *node = parent->AppendAfter(last, kind);
+        if (!slab || slab->used + kSlot > CKrXMLNodeSlab::kBytes) {
+            CKrXMLNodeSlab::Close(slab);
+            slab = CKrXMLNodeSlab::Create();  // null: nodes get their own allocations
+        }
+        CKrXMLNode *node = parent->AppendAfter(last, kind, slab);
         lastChild[depth] = node;
         return node;
     }
@@ -65,21 +82,44 @@ struct CKrXMLTreeParser {
             node->m_content = self->scratch;
             bool keepOrder = tree->m_keepAttribsOrder;
             self->attribs.clear();
-            for (size_t i = 0; atts[i]; i += 2) {
-                self->Widen(atts[i]);
-                std::swap(self->scratch, self->name);
-                self->Widen(atts[i + 1]);
+            size_t pairs = 0;
+            while (atts[2 * pairs]) ++pairs;
+            if (pairs) {
                 if (keepOrder) {
-                    self->attribs += L' ';
-                    self->attribs += self->name;
-                    self->attribs += L"=\"";
-                    orvik_xml::AppendEscaped(self->attribs, self->scratch);
-                    self->attribs += L'"';
+                    for (size_t i = 0; i < pairs; ++i) {
+                        self->Widen(atts[2 * i]);
+                        self->attribs += L' ';
+                        self->attribs += self->scratch;
+                        self->attribs += L"=\"";
+                        self->Widen(atts[2 * i + 1]);
+                        orvik_xml::AppendEscaped(self->attribs, self->scratch);
+                        self->attribs += L'"';
+                    }
                 }
-                // expat refuses duplicate names, so this is SetAttr without the temporaries; the
-                // attribute text of a new node is empty anyway.
-                node->m_attributes.emplace(std::piecewise_construct, std::forward_as_tuple(self->name),
-                                           std::forward_as_tuple(self->scratch));
+                // The map's order, decided on expat's strings (a unit-by-unit comparison of
+                // zero-terminated UTF-16 is CKrStringW's order), so that the entries are built in
+                // place once.  This is SetAttr without the temporaries: the attribute text of a
+                // new node is empty anyway.  expat refuses duplicate names; should one slip
+                // through, the first value stays, as with insertion one by one.
+                std::vector<size_t> &order = self->order;
+                order.resize(pairs);
+                for (size_t i = 0; i < pairs; ++i) order[i] = i;
+                std::sort(order.begin(), order.end(), [atts](size_t a, size_t b) {
+                    int c = Compare(atts[2 * a], atts[2 * b]);
+                    return c != 0 ? c < 0 : a < b;  // equal names: document order
+                });
+                size_t kept = 0;
+                for (size_t k = 0; k < pairs; ++k)
+                    if (kept == 0 || Compare(atts[2 * order[k]], atts[2 * order[kept - 1]]) != 0)
+                        order[kept++] = order[k];
+                order.resize(kept);
+                node->m_attributes.reserve(order.size());
+                for (size_t i : order) {
+                    self->Widen(atts[2 * i]);
+                    std::swap(self->scratch, self->name);
+                    self->Widen(atts[2 * i + 1]);
+                    node->m_attributes.AppendInOrder(self->name, self->scratch);
+                }
             }
             if (keepOrder && !self->attribs.empty()) node->m_attribsText = self->attribs;
             tree->m_elementStack.push_back(node);

@@ -17,6 +17,30 @@ struct CKrXMLNodeAccess {
     // own level (the document's form, whatever the root's kind).
     static int Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int level, bool indent,
                          bool pretty, bool asDocument = false);
+    // Length Serialize will append for the same arguments, without the growth from escapes;
+    // empty elements are counted with a full end tag.  Used to size the output once.
+    static size_t OutputLength(CKrXMLNode const *root, unsigned int level, bool indent,
+                               bool pretty, bool asDocument);
+};
+
+// A block of nodes built by one parse.  Nodes are carved from it one after the other, each with
+// a header pointing back at the block; the block is freed when it is closed (its parse moved
+// on) and its last node has been destroyed.  64 KiB (about 450 nodes) balances the cost of
+// allocating and releasing blocks against the memory a few surviving nodes can pin after most
+// of a parsed document was removed (at most one block each).
+struct CKrXMLNodeSlab {
+    static constexpr size_t kBytes = 64 * 1024;
+    size_t live;  // nodes carved and not yet destroyed
+    size_t used;  // bytes of data[] handed out
+    bool open;    // still being filled
+    alignas(16) unsigned char data[kBytes];
+
+    // A new open block, or null when memory is short.
+    static CKrXMLNodeSlab *Create();
+    // Storage for `size` bytes of node (header included by the caller), or null when full.
+    void *Carve(size_t size);
+    // The parse is done with the block: freed now when no node lives in it.
+    static void Close(CKrXMLNodeSlab *slab);
 };
 
 namespace orvik_xml {

@@ -35,11 +35,12 @@
 #ifndef ORVIK_XMLTREE_CKRXMLNODE_H
 #define ORVIK_XMLTREE_CKRXMLNODE_H
 
-#include <map>
+#include <cstddef>
 #include <vector>
 
 #include "platform/KrTypes.h"
 #include "strings/CKrStringW.h"
+#include "xmltree/CKrXMLAttributeMap.h"
 #include "xmltree/CKrXMLNodeSet.h"
 
 // The kind of a node (32 bits).
@@ -51,9 +52,24 @@ enum CKrXMLNodeType : kr_int32 {
     krXML_DOCUMENT = 4                 // only the document (CKrXMLTree) itself
 };
 
+struct CKrXMLNodeSlab;
+
 class ORVIK_API CKrXMLNode {
 public:
-    typedef std::map<CKrStringW, CKrStringW> AttributeMap;
+    // Nodes are allocated with a small header naming the block they came from: the parser puts
+    // the nodes it builds side by side in shared blocks (fewer, cheaper allocations), everything
+    // else gets its own allocation.  `delete` works the same for both; a block is released with
+    // its last node.
+    static void *operator new(size_t size);
+    static void *operator new(size_t size, CKrXMLNodeSlab *slab);  // null: own allocation
+    static void operator delete(void *p);
+    static void operator delete(void *p, CKrXMLNodeSlab *slab);  // a failed constructor
+    // Construction in caller-provided storage stays available (the members above hide it).
+    static void *operator new(size_t, void *where) noexcept { return where; }
+    static void operator delete(void *, void *) noexcept {}
+
+    // Sorted by name, like a std::map<CKrStringW, CKrStringW> (see CKrXMLAttributeMap.h).
+    typedef CKrXMLAttributeMap AttributeMap;
 
     // An element with an empty name and no links.
     CKrXMLNode();
@@ -134,7 +150,7 @@ public:
 protected:
     // Appends a new node of that kind to this node's children after `last` (null: as first
     // child).  The parser uses it to append in constant time.
-    CKrXMLNode *AppendAfter(CKrXMLNode *last, CKrXMLNodeType kind);
+    CKrXMLNode *AppendAfter(CKrXMLNode *last, CKrXMLNodeType kind, CKrXMLNodeSlab *slab = nullptr);
     // Destroys every child (iteratively) and leaves this node without children.
     void DestroyChildren();
     // Deep copy of everything, attribute text included, used by the document's copy.

@@ -1,0 +1,190 @@
+// Storage details that must not show: attribute order and lookup, nodes built by a parse living
+// in shared blocks, and the output being sized before it is written.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "xmltree/CKrXMLNode.h"
+#include "xmltree/CKrXMLTree.h"
+
+namespace {
+
+std::wstring W(CKrStringW const &s) { return s.GetStdString(); }
+
+std::wstring Compact(CKrXMLNode *n) {
+    CKrStringW out;
+    n->GetValue(out, false, false);
+    return W(out);
+}
+
+std::vector<std::wstring> Names(CKrXMLNode const *n) {
+    std::vector<std::wstring> names;
+    for (auto const &a : n->Attributes()) names.push_back(W(a.first));
+    return names;
+}
+
+CKrXMLNode *ParseOne(CKrXMLTree &tree, std::wstring const &xml) {
+    EXPECT_EQ(tree.SetValue(CKrStringW(xml), true), 0) << std::string(xml.begin(), xml.end());
+    return tree.FirstChild();
+}
+
+}  // namespace
+
+// Names compare unit by unit as unsigned values, the same whether the parser or SetAttr placed
+// them; lookups, replacement and removal keep the order.
+TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
+    // Reverse order, a shared prefix, units above 0x7F and above 0x7FFF, and a long list.
+    std::vector<std::wstring> names = {L"zeta", L"z", L"\u00E9", L"\uAC00", L"ab", L"a", L"B", L"_"};
+    for (int i = 40; i > 0; --i) names.push_back(L"n" + std::to_wstring(i));
+    std::wstring xml = L"<e";
+    CKrXMLNode built(krXML_ELEMENT, L"e");
+    for (size_t i = 0; i < names.size(); ++i) {
+        std::wstring value = L"v" + std::to_wstring(i);
+        xml += L" " + names[i] + L"=\"" + value + L"\"";
+        built.SetAttr(CKrStringW(names[i]), CKrStringW(value));
+    }
+    xml += L"/>";
+    CKrXMLTree tree;
+    CKrXMLNode *parsed = ParseOne(tree, xml);
+    ASSERT_NE(parsed, nullptr);
+    EXPECT_EQ(Names(parsed), Names(&built));
+    EXPECT_TRUE(parsed->Attributes() == built.Attributes());
+    EXPECT_EQ(Compact(parsed), Compact(&built));
+    std::vector<std::wstring> sorted = Names(&built);
+    for (size_t i = 1; i < sorted.size(); ++i)
+        EXPECT_TRUE(CKrStringW(sorted[i - 1]) < CKrStringW(sorted[i])) << i;
+    EXPECT_EQ(sorted.front(), L"B");
+    EXPECT_EQ(sorted.back(), L"\uAC00");
+
+    // Every name is found with its own value.
+    for (size_t i = 0; i < names.size(); ++i) {
+        CKrStringW value;
+        ASSERT_EQ(parsed->GetAttr(CKrStringW(names[i]), value), 0) << i;
+        EXPECT_EQ(W(value), L"v" + std::to_wstring(i));
+    }
+    CKrStringW untouched(L"keep");
+    EXPECT_EQ(parsed->GetAttr(CKrStringW(L"n"), untouched), -13);  // a prefix of several names
+    EXPECT_EQ(parsed->GetAttr(CKrStringW(L"zz"), untouched), -13);  // beyond the last
+    EXPECT_EQ(W(untouched), L"keep");
+
+    // Replacing keeps the count, removing the first, a middle and the last entry keeps the rest.
+    size_t count = parsed->Attributes().size();
+    parsed->SetAttr(CKrStringW(L"n20"), CKrStringW(L"new"));
+    EXPECT_EQ(parsed->Attributes().size(), count);
+    parsed->DeleteAttr(CKrStringW(L"B"));
+    parsed->DeleteAttr(CKrStringW(L"n20"));
+    parsed->DeleteAttr(CKrStringW(L"\uAC00"));
+    parsed->DeleteAttr(CKrStringW(L"absent"));
+    EXPECT_EQ(parsed->Attributes().size(), count - 3);
+    EXPECT_FALSE(parsed->AttrExist(CKrStringW(L"n20")));
+    EXPECT_TRUE(parsed->AttrExist(CKrStringW(L"n2")));
+    EXPECT_TRUE(parsed->AttrExist(CKrStringW(L"n21")));
+    std::vector<std::wstring> left = Names(parsed);
+    for (size_t i = 1; i < left.size(); ++i) EXPECT_TRUE(CKrStringW(left[i - 1]) < CKrStringW(left[i]));
+}
+
+TEST(XmlStorage, KeptAttributeOrderAndCopiesFollowTheMap) {
+    CKrXMLTree tree;
+    tree.SetKeepAttribsOrder(true);
+    CKrXMLNode *e = ParseOne(tree, L"<e c=\"&amp;3\" a=\"1\" b='\"2'/>");
+    ASSERT_NE(e, nullptr);
+    EXPECT_EQ(Compact(e), L"<e c=\"&amp;3\" a=\"1\" b=\"&quot;2\"/>");
+    EXPECT_EQ(Names(e), (std::vector<std::wstring>{L"a", L"b", L"c"}));
+
+    // A deep copy merges into existing attributes (existing values win) and stays sorted.
+    CKrXMLNode copy(krXML_ELEMENT, L"x");
+    copy.SetAttr(CKrStringW(L"b"), CKrStringW(L"mine"));
+    copy.SetAttr(CKrStringW(L"d"), CKrStringW(L"4"));
+    copy.Assign(e);
+    EXPECT_EQ(Compact(&copy), L"<e a=\"1\" b=\"mine\" c=\"&amp;3\" d=\"4\"/>");
+
+    e->SetAttr(CKrStringW(L"a"), CKrStringW(L"1"));  // back to the map's order
+    EXPECT_EQ(Compact(e), L"<e a=\"1\" b=\"&quot;2\" c=\"&amp;3\"/>");
+}
+
+// Parsed nodes share blocks; every way a node can go must leave the others intact (the sanitizer
+// build checks the memory side).
+TEST(XmlStorage, ParsedNodesSurviveRemovalDetachAndReparse) {
+    std::wstring xml = L"<r>";
+    for (int i = 0; i < 1000; ++i) xml += L"<i n=\"" + std::to_wstring(i) + L"\">t" + std::to_wstring(i) + L"</i>";
+    xml += L"</r>";
+    auto *tree = new CKrXMLTree;
+    CKrXMLNode *r = ParseOne(*tree, xml);
+    ASSERT_NE(r, nullptr);
+
+    // Remove every second element (each with its text child), then the first and the last.
+    std::vector<CKrXMLNode *> items;
+    for (CKrXMLNode *c = r->FirstChild(); c; c = c->Sibling()) items.push_back(c);
+    ASSERT_EQ(items.size(), 1000u);
+    for (size_t i = 1; i < items.size(); i += 2) items[i]->Remove();
+    items[0]->Remove();
+    items[998]->Remove();
+    std::wstring expect = L"<r>";
+    for (int i = 2; i < 998; i += 2) expect += L"<i n=\"" + std::to_wstring(i) + L"\">t" + std::to_wstring(i) + L"</i>";
+    expect += L"</r>";
+    EXPECT_EQ(Compact(r), expect);
+
+    // Nodes added by hand among parsed ones, and a second parse into the same tree.
+    CKrXMLNode *added = items[2]->AddSibling(krXML_ELEMENT, L"added");
+    added->AddChild(krXML_TEXT, L"x");
+    ASSERT_EQ(tree->SetValue(CKrStringW(L"<second><s/></second>"), true), 0);
+    ASSERT_NE(r->Sibling(), nullptr);
+    EXPECT_EQ(W(r->Sibling()->TagName()), L"second");
+    items[4]->Remove();
+    added->Remove();
+
+    // The document's nodes handed to another owner (a shallow copy of the document, then the
+    // document forgets them) outlive the document and are destroyed with their new owner.
+    auto *holder = new CKrXMLNode(*tree);
+    tree->Init();
+    delete tree;
+    ASSERT_EQ(holder->FirstChild(), r);
+    EXPECT_EQ(W(items[10]->Text()), L"t10");
+    items[10]->AddChild(krXML_COMMENT, L"still usable");
+    EXPECT_EQ(Compact(items[10]), L"<i n=\"10\">t10<!--still usable--></i>");
+    items[12]->Remove();
+    delete holder;
+
+    // Construction in the caller's storage still works beside the node allocator.
+    alignas(CKrXMLNode) unsigned char storage[sizeof(CKrXMLNode)];
+    CKrXMLNode *placed = new (storage) CKrXMLNode(krXML_TEXT, L"p");
+    EXPECT_EQ(W(placed->Text()), L"p");
+    placed->~CKrXMLNode();
+}
+
+// The output is sized before writing; text that grows a lot when escaped, output appended to a
+// non-empty string and deep indentation must still come out whole.
+TEST(XmlStorage, OutputSizingNeverLosesText) {
+    std::wstring amps(5000, L'&');
+    std::wstring quotes(3000, L'"');
+    CKrXMLTree tree;
+    tree.SetUseXMLHeader(false);
+    tree.SetPrettyXML(false);
+    CKrXMLNode *a = tree.AddChild(krXML_ELEMENT, L"a");
+    a->SetAttr(CKrStringW(L"q"), CKrStringW(quotes));
+    a->AddChild(krXML_TEXT, amps.c_str());
+    std::wstring expect = L"<a q=\"";
+    for (int i = 0; i < 3000; ++i) expect += L"&quot;";
+    expect += L"\">";
+    for (int i = 0; i < 5000; ++i) expect += L"&amp;";
+    expect += L"</a>";
+    CKrStringW out(L"stale");
+    ASSERT_EQ(tree.GetValue(out, true, true), 0);
+    EXPECT_EQ(W(out), expect);
+
+    CKrStringW appended(L"prefix:");
+    ASSERT_EQ(a->GetValue(appended, false, false), 0);
+    EXPECT_EQ(W(appended), L"prefix:" + expect);
+
+    // 150 levels: indentation beyond one buffer's worth, and pretty empty elements.
+    CKrXMLNode *n = &tree;
+    for (int i = 0; i < 150; ++i) n = n->AddChild(krXML_ELEMENT, L"d");
+    tree.SetPrettyXML(true);
+    CKrStringW pretty;
+    ASSERT_EQ(tree.GetValue(pretty, true, false), 0);
+    std::wstring const &p = W(pretty);
+    std::wstring deepest = std::wstring(3 * 149, L' ') + L"<d />\r\n";
+    EXPECT_NE(p.find(L"\r\n" + deepest), std::wstring::npos);
+    EXPECT_EQ(p.size() - p.rfind(L"</d>\r\n"), 6u);
+}
