@@ -1,8 +1,11 @@
 // CKrXMLNode: links, ownership, attributes and serialisation.
 #include "xmltree/CKrXMLNode.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
+#include <cwchar>
 #include <new>
 #include <string>
 #include <typeinfo>
@@ -19,43 +22,105 @@ namespace {
 class Sink {
 public:
     static constexpr size_t kChunk = 1 << 15;
-    explicit Sink(CKrStringW &out) : m_out(out), m_outLength(out.GetLength()) {
-        m_buf.reserve(kChunk + 1024);
-    }
+    // `expected`: the length the output is likely to reach; small outputs get a small buffer.
+    Sink(CKrStringW &out, size_t expected)
+        : m_out(out), m_outLength(out.GetLength()),
+          m_buf(std::min(kChunk, std::max(expected, size_t{256}))) {}
     ~Sink() { Flush(); }
-    std::wstring &buf() { return m_buf; }
-    size_t Length() const { return m_outLength + m_buf.size(); }
+    size_t Length() const { return m_outLength + m_pos; }
     void Flush() {
-        if (m_buf.empty()) return;
-        m_out.AddChars(m_buf.data(), static_cast<int>(m_buf.size()));
-        m_outLength += m_buf.size();
-        m_buf.clear();
+        if (m_pos == 0) return;
+        m_out.AddChars(m_buf.data(), static_cast<int>(m_pos));
+        m_outLength += m_pos;
+        m_pos = 0;
     }
     // After a derived node wrote into `out` directly.
     void Resync() { m_outLength = m_out.GetLength(); }
-    void MaybeFlush() {
-        if (m_buf.size() >= kChunk) Flush();
+
+    void Put(wchar_t c) {
+        if (m_pos == m_buf.size()) Flush();
+        m_buf[m_pos++] = c;
     }
-    // Makes sure the last `n` units written are in the buffer.
+    void Put(wchar_t const *text, size_t n) {
+        if (n > m_buf.size() - m_pos) {
+            Flush();
+            if (n > m_buf.size()) {  // a piece larger than the buffer goes straight through
+                AddLarge(text, n);
+                return;
+            }
+        }
+        std::memcpy(m_buf.data() + m_pos, text, n * sizeof(wchar_t));
+        m_pos += n;
+    }
+    void Put(std::wstring const &text) { Put(text.data(), text.size()); }
+    void PutBlanks(size_t n) {
+        while (n > 0) {
+            if (m_pos == m_buf.size()) Flush();
+            size_t piece = std::min(n, m_buf.size() - m_pos);
+            std::wmemset(m_buf.data() + m_pos, L' ', piece);
+            m_pos += piece;
+            n -= piece;
+        }
+    }
+    // `text` with '"', '<', '>' and '&' replaced by their entity references.
+    void PutEscaped(wchar_t const *text, size_t length) {
+        size_t start = 0;  // first unit not yet copied
+        for (size_t i = 0; i < length; ++i) {
+            wchar_t const c = text[i];
+            if (c > L'>') continue;  // most characters: no test below can match
+            wchar_t const *entity;
+            size_t n;
+            switch (c) {
+                case L'"': entity = L"&quot;"; n = 6; break;
+                case L'<': entity = L"&lt;"; n = 4; break;
+                case L'>': entity = L"&gt;"; n = 4; break;
+                case L'&': entity = L"&amp;"; n = 5; break;
+                default: continue;
+            }
+            Put(text + start, i - start);  // the unescaped run in one piece
+            Put(entity, n);
+            start = i + 1;
+        }
+        Put(text + start, length - start);
+    }
+    void PutEscaped(std::wstring const &text) { PutEscaped(text.data(), text.size()); }
+
+    // Makes sure the last `n` units written (at most what was written in all) are in the buffer.
     void PullTail(size_t n) {
-        if (m_buf.size() >= n) return;
-        size_t missing = n - m_buf.size();
+        if (m_pos >= n) return;
+        size_t missing = n - m_pos;
         if (missing > m_out.GetLength()) missing = m_out.GetLength();
+        if (missing == 0) return;
         CKrStringW tail = m_out.Right(missing);
         m_out.DeleteRight(static_cast<int>(missing));
         m_outLength = m_out.GetLength();
-        m_buf.insert(0, tail.GetStdString());
+        std::wstring const &t = tail.GetStdString();
+        std::memmove(m_buf.data() + t.size(), m_buf.data(), m_pos * sizeof(wchar_t));
+        std::memcpy(m_buf.data(), t.data(), t.size() * sizeof(wchar_t));
+        m_pos += t.size();
     }
+    bool EndsWith(wchar_t const *tail, size_t n) const {
+        return m_pos >= n && std::wmemcmp(m_buf.data() + m_pos - n, tail, n) == 0;
+    }
+    // Drops the last `n` units of the buffer (the caller checked they are there).
+    void Unput(size_t n) { m_pos -= n; }
 
 private:
+    void AddLarge(wchar_t const *text, size_t n) {
+        while (n > 0) {
+            size_t piece = std::min(n, static_cast<size_t>(INT_MAX));
+            m_out.AddChars(text, static_cast<int>(piece));
+            m_outLength += piece;
+            text += piece;
+            n -= piece;
+        }
+    }
+
     CKrStringW &m_out;
     size_t m_outLength;  // length of m_out, tracked to avoid a call per element
-    std::wstring m_buf;
+    std::vector<wchar_t> m_buf;  // fixed size; m_pos units are pending
+    size_t m_pos = 0;
 };
-
-bool EndsWith(std::wstring const &s, wchar_t const *tail, size_t n) {
-    return s.size() >= n && s.compare(s.size() - n, n, tail) == 0;
-}
 
 }  // namespace
 
@@ -429,19 +494,17 @@ size_t CKrXMLNodeAccess::OutputLength(CKrXMLNode const *root, unsigned int level
 
 int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int level,
                                 bool indent, bool pretty, bool asDocument) {
-    using orvik_xml::AppendEscaped;
-    using orvik_xml::AppendIndent;
+    size_t measured = 0;
     {
         // Size the result once instead of letting it grow by doubling (each step copies it and
         // touches new pages).  The measure leaves out escapes (counting them means reading every
         // text); the margin covers them for ordinary documents, and capacity never written is
         // never touched, so the margin costs address space only.
-        size_t measured = OutputLength(root, level, indent, pretty, asDocument);
+        measured = OutputLength(root, level, indent, pretty, asDocument);
         size_t want = out.GetLength() + measured + measured / 4 + 64;
         if (want <= static_cast<size_t>(INT_MAX)) out.Preallocate(static_cast<int>(want));
     }
-    Sink sink(out);
-    std::wstring &buf = sink.buf();
+    Sink sink(out, measured + measured / 8);
 
     // An open element (or a document-kind node, whose children stay at its own level).
     struct Frame {
@@ -456,7 +519,7 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
     std::vector<Frame> stack;
 
     auto doIndent = [&](unsigned int lvl) {
-        if (indent && lvl >= 1) AppendIndent(buf, lvl);
+        if (indent && lvl >= 1) sink.PutBlanks(size_t{3} * lvl);
     };
 
     auto emit = [&](CKrXMLNode *n, unsigned int lvl, bool pr, bool isRoot) -> int {
@@ -474,40 +537,46 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
                 bool textOnly = first && first->m_type == krXML_TEXT && !first->m_pSibling &&
                                 !first->m_content.IsEmpty();
                 if (pr) doIndent(lvl);
-                buf += L'<';
-                buf += content;
+                sink.Put(L'<');
+                sink.Put(content);
                 if (!n->m_attribsText.IsEmpty()) {
-                    buf += n->m_attribsText.GetStdString();
+                    sink.Put(n->m_attribsText.GetStdString());
                 } else {
                     for (auto const &attr : n->m_attributes) {
-                        buf += L' ';
-                        buf += attr.first.GetStdString();
-                        buf.append(L"=\"", 2);
-                        AppendEscaped(buf, attr.second.GetStdString());
-                        buf += L'"';
+                        sink.Put(L' ');
+                        sink.Put(attr.first.GetStdString());
+                        sink.Put(L"=\"", 2);
+                        sink.PutEscaped(attr.second.GetStdString());
+                        sink.Put(L'"');
                     }
                 }
                 if (pr && !textOnly)
-                    buf.append(L">\r\n", 3);
+                    sink.Put(L">\r\n", 3);
                 else
-                    buf += L'>';
+                    sink.Put(L'>');
                 stack.push_back({n, first, sink.Length(), lvl, pr, textOnly, false});
                 return 0;
             }
             case krXML_TEXT:
                 if (content.empty()) return 0;
                 if (pr) doIndent(lvl);
-                AppendEscaped(buf, content);  // no line break after text, callers rely on it
+                sink.PutEscaped(content);  // no line break after text, callers rely on it
                 return 0;
             case krXML_COMMENT:
             case krXML_PROCESSING_INSTRUCTION: {
                 if (content.empty()) return 0;
                 bool comment = n->m_type == krXML_COMMENT;
                 if (pr) doIndent(lvl);
-                buf += comment ? L"<!--" : L"<?";
-                buf += content;
-                buf += comment ? L"-->" : L"?>";
-                if (pr) buf.append(L"\r\n", 2);
+                if (comment)
+                    sink.Put(L"<!--", 4);
+                else
+                    sink.Put(L"<?", 2);
+                sink.Put(content);
+                if (comment)
+                    sink.Put(L"-->", 3);
+                else
+                    sink.Put(L"?>", 2);
+                if (pr) sink.Put(L"\r\n", 2);
                 return 0;
             }
             case krXML_DOCUMENT:
@@ -524,7 +593,6 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         rc = emit(root, level, pretty, true);
     while (rc == 0 && !stack.empty()) {
         Frame &f = stack.back();
-        sink.MaybeFlush();
         if (f.next) {
             CKrXMLNode *child = f.next;
             f.next = child->m_pSibling;
@@ -535,17 +603,23 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
             std::wstring const &tag = f.node->m_content.GetStdString();
             if (sink.Length() != f.mark) {
                 if (f.pretty && !f.textOnly) doIndent(f.level);
-                buf.append(L"</", 2);
-                buf += tag;
-                buf += L'>';
-                if (f.pretty) buf.append(L"\r\n", 2);
+                sink.Put(L"</", 2);
+                sink.Put(tag);
+                sink.Put(L'>');
+                if (f.pretty) sink.Put(L"\r\n", 2);
             } else if (f.pretty && !f.textOnly) {
                 sink.PullTail(3);
-                if (EndsWith(buf, L">\r\n", 3)) buf.replace(buf.size() - 3, 3, L" />\r\n");
+                if (sink.EndsWith(L">\r\n", 3)) {
+                    sink.Unput(3);
+                    sink.Put(L" />\r\n", 5);
+                }
             } else {
                 sink.PullTail(1);
-                if (EndsWith(buf, L">", 1)) buf.insert(buf.size() - 1, 1, L'/');
-                if (f.pretty) buf.append(L"\r\n", 2);
+                if (sink.EndsWith(L">", 1)) {
+                    sink.Unput(1);
+                    sink.Put(L"/>", 2);
+                }
+                if (f.pretty) sink.Put(L"\r\n", 2);
             }
         }
         stack.pop_back();

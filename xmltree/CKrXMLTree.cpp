@@ -171,9 +171,7 @@ struct CKrXMLTreeParser {
 
 CKrXMLTree::CKrXMLTree()
     : CKrXMLNode(krXML_DOCUMENT, nullptr), m_dropWhitespace(true), m_prettyXML(true), m_spare(0),
-      m_useXMLHeader(true), m_keepAttribsOrder(false) {
-    orvik_xml::FillIndentBuffer();
-}
+      m_useXMLHeader(true), m_keepAttribsOrder(false) {}
 
 CKrXMLTree::CKrXMLTree(CKrXMLTree const &other)
     : CKrXMLNode(other.m_type, nullptr), m_dropWhitespace(other.m_dropWhitespace),

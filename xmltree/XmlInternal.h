@@ -54,10 +54,6 @@ inline void AppendEscaped(std::wstring &out, std::wstring const &text) {
     AppendEscaped(out, text.data(), text.size());
 }
 
-// The shared indentation buffer: 300 blanks, filled by the first tree constructor.
-void FillIndentBuffer();
-// Appends 3 * level blanks, taken from the buffer in pieces of at most 100 levels.
-void AppendIndent(std::wstring &out, unsigned int level);
 
 // Characters that may not occur in a name of a path step or attribute step.
 bool IsSpecialPathChar(wchar_t c);

@@ -1,4 +1,4 @@
-// Escaping, indentation and the special characters of path names.
+// Escaping and the special characters of path names.
 #include <cwchar>
 
 #include "xmltree/XmlInternal.h"
@@ -24,31 +24,6 @@ void AppendEscaped(std::wstring &out, wchar_t const *text, size_t length) {
         start = i + 1;
     }
     out.append(text + start, length - start);
-}
-
-namespace {
-constexpr unsigned int kIndentWidth = 3;
-constexpr unsigned int kIndentBufferLevels = 100;
-wchar_t g_indentBuffer[kIndentWidth * kIndentBufferLevels + 1];  // 300 blanks once filled
-}  // namespace
-
-// Filled once; the function-local static makes the first fill safe even when trees are first
-// used from several threads at the same time.
-void FillIndentBuffer() {
-    static bool const filled = [] {
-        for (unsigned int i = 0; i < kIndentWidth * kIndentBufferLevels; ++i) g_indentBuffer[i] = L' ';
-        return true;
-    }();
-    (void)filled;
-}
-
-void AppendIndent(std::wstring &out, unsigned int level) {
-    FillIndentBuffer();  // a node may be written before any tree was constructed
-    while (level > 0) {
-        unsigned int piece = level < kIndentBufferLevels ? level : kIndentBufferLevels;
-        out.append(g_indentBuffer, piece * kIndentWidth);
-        level -= piece;
-    }
 }
 
 bool IsSpecialPathChar(wchar_t c) {

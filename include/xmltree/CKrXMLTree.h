@@ -43,7 +43,7 @@
 // Results: 0 success; -2 unsupported encoding; -3 file too large (above 4 GiB - 1) or out of
 // memory; -9 parse failure; errors of the platform file functions pass through unchanged.
 // A tree and its nodes are used by one thread at a time; different trees may be used on
-// different threads (the shared indentation buffer is filled once, safely, by the first use).
+// different threads (trees share no state).
 #ifndef ORVIK_XMLTREE_CKRXMLTREE_H
 #define ORVIK_XMLTREE_CKRXMLTREE_H
 

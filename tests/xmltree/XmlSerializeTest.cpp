@@ -86,8 +86,7 @@ TEST(XmlSerialize, BuiltNodesAndNodeGetValue) {
     p.GetValue(out, true, false);
     EXPECT_EQ(out.GetStdString(), L"<p><?target data?></p>");
 
-    // A child at level 1 of a node serialised at level 150 is indented by 453 blanks: the
-    // indentation is taken from a 300-blank buffer in pieces.
+    // A child at level 1 of a node serialised at level 150 is indented by 453 blanks.
     CKrXMLNode deep(krXML_ELEMENT, L"d");
     deep.AddChild(krXML_ELEMENT, L"e");
     out.Empty();
@@ -130,7 +129,7 @@ TEST(XmlSerialize, DocumentCopyIsDeep) {
 }
 
 TEST(XmlSerialize, TreesOnSeveralThreadsAgree) {
-    // Each thread owns its tree; only the indentation buffer is shared (filled on first use).
+    // Each thread owns its tree; the results must not depend on what the others do.
     std::wstring const doc = L"<a><b><c><d>x</d></c></b><e/></a>";
     std::vector<std::wstring> results(4);
     std::vector<std::thread> threads;
@@ -188,4 +187,33 @@ TEST(XmlSerialize, DerivedNodesWriteThemselves) {
     out.Empty();
     EXPECT_EQ(r.CKrXMLNode::GetValueInternal(out, 0, false, false), -77);
     EXPECT_EQ(out.GetStdString(), L"<r>fail");
+}
+
+// Output passes through a bounded buffer; pieces that straddle its end, or exceed it, and an
+// empty element closed right at its end must come out whole and in order.
+TEST(XmlSerialize, LongOutputsKeepEveryUnit) {
+    for (size_t pad = (1u << 15) - 24; pad <= (1u << 15) + 8; ++pad) {
+        std::wstring text(pad, L'x');
+        std::wstring doc = L"<r><p>" + text + L"</p><e/><f a=\"&lt;\"/></r>";
+        std::wstring compact = L"<r><p>" + text + L"</p><e/><f a=\"&lt;\"/></r>";
+        std::wstring pretty = L"<r>\r\n   <p>" + text + L"</p>\r\n   <e />\r\n   <f a=\"&lt;\" />\r\n</r>\r\n";
+        EXPECT_EQ(Serialize(doc.c_str(), false, true), compact) << pad;
+        EXPECT_EQ(Serialize(doc.c_str(), true, true), pretty) << pad;
+    }
+    // A text several times the buffer's size, with escapes spread through it.
+    std::wstring big;
+    for (int i = 0; i < 30000; ++i) big += L"ab&amp;";  // read as "ab&", written back as read
+    EXPECT_EQ(Serialize((L"<a>" + big + L"</a>").c_str(), false, false), L"<a>" + big + L"</a>");
+}
+
+TEST(XmlSerialize, IndentationLongerThanTheBuffer) {
+    // A node written at level 12000: 36000 blanks before each of its lines.
+    CKrXMLTree t;
+    ASSERT_EQ(t.SetValue(CKrStringW(L"<d><e/></d>"), true), 0);
+    CKrXMLNode *d = t.FirstChild();
+    ASSERT_NE(d, nullptr);
+    CKrStringW out;
+    ASSERT_EQ(d->GetValueInternal(out, 12000, true, true), 0);
+    std::wstring const blanks(36000, L' ');
+    EXPECT_EQ(out.GetStdString(), blanks + L"<d>\r\n" + blanks + L"   <e />\r\n" + blanks + L"</d>\r\n");
 }
