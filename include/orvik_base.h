@@ -16,7 +16,7 @@
 #include "types/CKrVector.h"
 
 #include "variant/CKrList.h"
-#include "variant/CKrListSpec.h"
+#include "variant/CKrListTyped.h"
 #include "variant/CKrListVariant.h"
 #include "variant/CKrVariant.h"
 #include "variant/CKrVariantData.h"

@@ -96,7 +96,7 @@ bool translate(const C *fmt, std::basic_string<C> &out, bool wideFormat) {
             }
         }
         const C conv = *p;
-        if (conv == 0) break;  // truncated specification: let the C library judge it
+        if (conv == 0) break;  // truncated conversion: let the C library judge it
         ++p;
         if (conv == 's' || conv == 'c' || conv == 'S' || conv == 'C') {
             const bool upper = (conv == 'S' || conv == 'C');

@@ -64,24 +64,7 @@ public:
     }
     // `text` with '"', '<', '>' and '&' replaced by their entity references.
     void PutEscaped(wchar_t const *text, size_t length) {
-        size_t start = 0;  // first unit not yet copied
-        for (size_t i = 0; i < length; ++i) {
-            wchar_t const c = text[i];
-            if (c > L'>') continue;  // most characters: no test below can match
-            wchar_t const *entity;
-            size_t n;
-            switch (c) {
-                case L'"': entity = L"&quot;"; n = 6; break;
-                case L'<': entity = L"&lt;"; n = 4; break;
-                case L'>': entity = L"&gt;"; n = 4; break;
-                case L'&': entity = L"&amp;"; n = 5; break;
-                default: continue;
-            }
-            Put(text + start, i - start);  // the unescaped run in one piece
-            Put(entity, n);
-            start = i + 1;
-        }
-        Put(text + start, length - start);
+        orvik_xml::ForEachEscapedPiece(text, length, [this](wchar_t const *piece, size_t n) { Put(piece, n); });
     }
     void PutEscaped(std::wstring const &text) { PutEscaped(text.data(), text.size()); }
 

@@ -48,7 +48,32 @@ namespace orvik_xml {
 // Source path of every diagnostic of the XML tree.
 inline constexpr wchar_t const *kSource = L"xmltree/XmlTree";
 
-// Appends `text` with '"', '<', '>' and '&' replaced by their entity references.
+// The one escaping rule of the tree: '"', '<', '>' and '&' become their entity references.
+// Hands `put(pointer, count)` the unescaped runs and the entities in order, so that every writer
+// copies long runs in one piece.
+template <class Put>
+void ForEachEscapedPiece(wchar_t const *text, size_t length, Put &&put) {
+    size_t start = 0;  // first unit not yet handed out
+    for (size_t i = 0; i < length; ++i) {
+        wchar_t const c = text[i];
+        if (c > L'>') continue;  // most characters: no test below can match
+        wchar_t const *entity;
+        size_t n;
+        switch (c) {
+            case L'"': entity = L"&quot;"; n = 6; break;
+            case L'<': entity = L"&lt;"; n = 4; break;
+            case L'>': entity = L"&gt;"; n = 4; break;
+            case L'&': entity = L"&amp;"; n = 5; break;
+            default: continue;
+        }
+        put(text + start, i - start);
+        put(entity, n);
+        start = i + 1;
+    }
+    put(text + start, length - start);
+}
+
+// Appends `text` escaped as above.
 void AppendEscaped(std::wstring &out, wchar_t const *text, size_t length);
 inline void AppendEscaped(std::wstring &out, std::wstring const &text) {
     AppendEscaped(out, text.data(), text.size());

@@ -6,24 +6,7 @@
 namespace orvik_xml {
 
 void AppendEscaped(std::wstring &out, wchar_t const *text, size_t length) {
-    size_t start = 0;  // first unit not yet copied
-    for (size_t i = 0; i < length; ++i) {
-        wchar_t const c = text[i];
-        if (c > L'>') continue;  // most characters: no test below can match
-        wchar_t const *entity;
-        size_t n;
-        switch (c) {
-            case L'"': entity = L"&quot;"; n = 6; break;
-            case L'<': entity = L"&lt;"; n = 4; break;
-            case L'>': entity = L"&gt;"; n = 4; break;
-            case L'&': entity = L"&amp;"; n = 5; break;
-            default: continue;
-        }
-        out.append(text + start, i - start);  // the unescaped run in one piece
-        out.append(entity, n);
-        start = i + 1;
-    }
-    out.append(text + start, length - start);
+    ForEachEscapedPiece(text, length, [&out](wchar_t const *piece, size_t n) { out.append(piece, n); });
 }
 
 bool IsSpecialPathChar(wchar_t c) {

@@ -3,7 +3,7 @@
 
 #include "common/DiagCapture.h"
 #include "list_test_util.h"
-#include "variant/CKrListSpec.h"
+#include "variant/CKrListTyped.h"
 
 namespace {
 

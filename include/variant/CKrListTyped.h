@@ -12,8 +12,8 @@
 // m_specLock is a second recursive mutex of the typed list.  It is made and destroyed with the
 // list and locked by no member; it exists so that the layout of the typed lists stays what
 // their users were built against.  Nothing may depend on it.
-#ifndef ORVIK_VARIANT_CKRLISTSPEC_H
-#define ORVIK_VARIANT_CKRLISTSPEC_H
+#ifndef ORVIK_VARIANT_CKRLISTTYPED_H
+#define ORVIK_VARIANT_CKRLISTTYPED_H
 
 #include <concepts>
 #include <cstdarg>
@@ -118,7 +118,7 @@ private:
     std::recursive_mutex m_specLock;
 };
 
-// Instantiated and exported once by the library (CKrListSpec.cpp).
+// Instantiated and exported once by the library (CKrListTyped.cpp).
 extern template class CKrList_specI<int>;
 extern template class CKrList_specI<CKrStringA>;
 extern template class CKrList_specI<CKrStringW>;

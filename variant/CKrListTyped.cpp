@@ -1,6 +1,6 @@
 // The typed lists the library exports.  The face is header-only; these explicit instantiations
 // give every user the same exported copy.
-#include "variant/CKrListSpec.h"
+#include "variant/CKrListTyped.h"
 
 template class CKrList_specI<int>;
 template class CKrList_specI<CKrStringA>;
