@@ -19,7 +19,7 @@ int addUp(kr_uint64 *v) {
 
 }  // namespace
 
-TEST(KrListSpec, TypedItemsCallbacksAndSort) {
+TEST(KrListTyped, TypedItemsCallbacksAndSort) {
     CKrStringW a(L"pear"), b(L"fig"), c(L"banana");
     CKrList_specI<CKrStringW> words(&a, &b, nullptr, &c);
     ASSERT_EQ(words.GetCount(), 2u);
@@ -39,7 +39,7 @@ TEST(KrListSpec, TypedItemsCallbacksAndSort) {
     EXPECT_EQ(g_sum, (1ull << 40) + 7);
 }
 
-TEST(KrListSpec, SameAssertionsAndItemsNeverDeleted) {
+TEST(KrListTyped, SameAssertionsAndItemsNeverDeleted) {
     int one = 1, two = 2;
     CKrList_specI<int> keyed(krKEY_INT);
     keyed.Append(10, &one);
