@@ -40,7 +40,7 @@ bool translate(const C *fmt, std::basic_string<C> &out, bool wideFormat) {
             ++p;
             continue;
         }
-        const C *spec = p++;
+        const C *directive = p++;  // the "%" that starts this conversion
         if (*p == '%') {
             ++p;
             continue;
@@ -112,7 +112,7 @@ bool translate(const C *fmt, std::basic_string<C> &out, bool wideFormat) {
             copied = p;
             changed = true;
         } else if (conv == 'p' && !star) {
-            flush(spec);
+            flush(directive);
             static const char pform[] = "%016llX";
             for (const char *q = pform; *q; ++q) out += static_cast<C>(*q);
             copied = p;
