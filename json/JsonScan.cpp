@@ -265,6 +265,23 @@ void decodeString(wchar_t const *p, size_t n, CKrStringW &out) {
 
 using MemberSpan = std::pair<Span, Span>;
 
+// After an item of an object or array: skips white space, then the closing bracket ends the
+// container (Closed), a comma announces the next item (Next), anything else is an error (Bad).
+// `i` is advanced past what was consumed.
+enum class AfterItem { Closed, Next, Bad };
+static AfterItem stepAfterItem(Text t, size_t &i, wchar_t close) {
+    i = skipSpace(t, i);
+    if (i < t.n && t.p[i] == close) {
+        ++i;
+        return AfterItem::Closed;
+    }
+    if (i < t.n && t.p[i] == L',') {
+        i = skipSpace(t, i + 1);
+        return AfterItem::Next;
+    }
+    return AfterItem::Bad;
+}
+
 static bool readMembers(Text t, std::vector<MemberSpan> &spans, Msg *msg) {
     wchar_t const *p = t.p;
     size_t const n = t.n;
@@ -286,16 +303,10 @@ static bool readMembers(Text t, std::vector<MemberSpan> &spans, Msg *msg) {
             if (len == 0) return fail(msg, kErrObjValue), false;
             if (len < 0) return false;
             spans.emplace_back(name, Span(p + i, size_t(len)));
-            i = skipSpace(t, i + size_t(len));
-            if (i < n && p[i] == L'}') {
-                ++i;
-                break;
-            }
-            if (i < n && p[i] == L',') {
-                i = skipSpace(t, i + 1);
-                continue;
-            }
-            return fail(msg, kErrObjNext), false;
+            i += size_t(len);
+            AfterItem const next = stepAfterItem(t, i, L'}');
+            if (next == AfterItem::Closed) break;
+            if (next == AfterItem::Bad) return fail(msg, kErrObjNext), false;
         }
     }
     if (skipSpace(t, i) < n) return fail(msg, kErrObjTrail), false;
@@ -335,16 +346,10 @@ bool readArray(Text t, std::vector<std::wstring> *out, Msg *msg) {
             if (len == 0) return fail(msg, kErrArrValue), false;
             if (len < 0) return false;
             if (out) items.emplace_back(p + i, size_t(len));
-            i = skipSpace(t, i + size_t(len));
-            if (i < n && p[i] == L']') {
-                ++i;
-                break;
-            }
-            if (i < n && p[i] == L',') {
-                i = skipSpace(t, i + 1);
-                continue;
-            }
-            return fail(msg, kErrArrNext), false;
+            i += size_t(len);
+            AfterItem const next = stepAfterItem(t, i, L']');
+            if (next == AfterItem::Closed) break;
+            if (next == AfterItem::Bad) return fail(msg, kErrArrNext), false;
         }
     }
     if (skipSpace(t, i) < n) return fail(msg, kErrArrTrail), false;
