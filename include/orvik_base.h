@@ -24,6 +24,7 @@
 #include "variant/EKrKeyType.h"
 
 #include "xmltree/CKrXMLAttributeMap.h"
+#include "xmltree/CKrXMLMemory.h"
 #include "xmltree/CKrXMLNode.h"
 #include "xmltree/CKrXMLNodeSet.h"
 #include "xmltree/CKrXMLTree.h"

@@ -3,6 +3,7 @@
 #include "strings/CKrStringA.h"
 
 #include <cstring>
+#include <utility>
 
 #include "platform/KrPlatform.h"
 #include "strings/CKrAlloc.h"
@@ -24,6 +25,7 @@ CKrStringA::CKrStringA(CKrStringA &&other) noexcept : m_str(std::move(other.m_st
 }
 
 CKrStringA::CKrStringA(std::string const &text) : m_str(text) {}
+CKrStringA::CKrStringA(std::string &&text) noexcept : m_str(std::move(text)) {}
 
 CKrStringA::CKrStringA(char const *text, size_t capacity) {
     if (capacity && capacity <= m_str.max_size()) m_str.reserve(capacity);
@@ -56,6 +58,11 @@ CKrStringA const &CKrStringA::operator=(CKrStringA &&other) noexcept {
 
 CKrStringA const &CKrStringA::operator=(std::string const &text) {
     m_str = text;
+    return *this;
+}
+
+CKrStringA const &CKrStringA::operator=(std::string &&text) noexcept {
+    m_str = std::move(text);
     return *this;
 }
 
@@ -95,12 +102,8 @@ CKrStringA const &CKrStringA::operator=(wchar_t c) {
 
 // ---- access -----------------------------------------------------------------------------
 
-size_t CKrStringA::GetLength() const { return m_str.size(); }
 size_t CKrStringA::GetBufferLength() const { return m_str.capacity(); }
-bool CKrStringA::IsEmpty() const { return m_str.empty(); }
-char const *CKrStringA::GetString() const { return m_str.c_str(); }
 CKrStringA::operator char const *() const { return m_str.c_str(); }
-std::string const &CKrStringA::GetStdString() const { return m_str; }
 
 char CKrStringA::operator[](size_t index) const { return GetAt(index); }
 

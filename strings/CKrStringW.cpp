@@ -6,6 +6,7 @@
 #include <cwchar>
 #include <locale>
 #include <stdexcept>
+#include <utility>
 
 #include "platform/KrPlatform.h"
 #include "strings/KrStringOps.h"
@@ -121,6 +122,7 @@ CKrStringW::CKrStringW(CKrStringW &&other) noexcept : m_str(std::move(other.m_st
 }
 
 CKrStringW::CKrStringW(std::wstring const &text) : m_str(text) {}
+CKrStringW::CKrStringW(std::wstring &&text) noexcept : m_str(std::move(text)) {}
 
 CKrStringW::CKrStringW(char const *text, size_t capacity) {
     if (capacity && capacity <= m_str.max_size()) m_str.reserve(capacity);
@@ -156,6 +158,11 @@ CKrStringW const &CKrStringW::operator=(std::wstring const &text) {
     return *this;
 }
 
+CKrStringW const &CKrStringW::operator=(std::wstring &&text) noexcept {
+    m_str = std::move(text);
+    return *this;
+}
+
 CKrStringW const &CKrStringW::operator=(char c) {
     const char src[2] = {c, 0};
     m_str = ops::localeToWide(src);
@@ -183,12 +190,8 @@ CKrStringW const &CKrStringW::operator=(wchar_t c) {
 
 // ---- access -----------------------------------------------------------------------------
 
-size_t CKrStringW::GetLength() const { return m_str.size(); }
 size_t CKrStringW::GetBufferLength() const { return m_str.capacity(); }
-bool CKrStringW::IsEmpty() const { return m_str.empty(); }
-wchar_t const *CKrStringW::GetString() const { return m_str.c_str(); }
 CKrStringW::operator wchar_t const *() const { return m_str.c_str(); }
-std::wstring const &CKrStringW::GetStdString() const { return m_str; }
 
 wchar_t CKrStringW::operator[](size_t index) const { return GetAt(index); }
 

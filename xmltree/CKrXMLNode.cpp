@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/KrPlatform.h"
 #include "xmltree/XmlInternal.h"
 
 
@@ -88,6 +89,17 @@ public:
     // Drops the last `n` units of the buffer (the caller checked they are there).
     void Unput(size_t n) { m_pos -= n; }
 
+    // Direct access for a piece of at most `n` units: the position to write at, or null when
+    // `n` exceeds the buffer (write with the Put members then).  Commit hands back the end.
+    wchar_t *Open(size_t n) {
+        if (n > m_buf.size() - m_pos) {
+            Flush();
+            if (n > m_buf.size()) return nullptr;
+        }
+        return m_buf.data() + m_pos;
+    }
+    void Commit(wchar_t *end) { m_pos = static_cast<size_t>(end - m_buf.data()); }
+
 private:
     void AddLarge(wchar_t const *text, size_t n) {
         while (n > 0) {
@@ -105,71 +117,59 @@ private:
     size_t m_pos = 0;
 };
 
+// The Put interface of Sink on memory the caller has made room in: no checks per piece.  Most
+// constructs are short, so copies are plain loops rather than library calls.
+struct RawOut {
+    wchar_t *p;
+
+    void Put(wchar_t c) { *p++ = c; }
+    void Put(wchar_t const *text, size_t n) {
+        if (n > 16) {
+            std::memcpy(p, text, n * sizeof(wchar_t));
+        } else {
+            for (size_t i = 0; i < n; ++i) p[i] = text[i];
+        }
+        p += n;
+    }
+    void Put(std::wstring const &text) { Put(text.data(), text.size()); }
+    void PutBlanks(size_t n) {
+        for (size_t i = 0; i < n; ++i) p[i] = L' ';
+        p += n;
+    }
+    void PutEscaped(std::wstring const &text) {
+        orvik_xml::ForEachEscapedPiece(text.data(), text.size(),
+                                       [this](wchar_t const *piece, size_t n) { Put(piece, n); });
+    }
+};
+
+// Units an escaped text can take at most ("&quot;" for a character).
+constexpr size_t kMaxEscapeGrowth = 6;
+
+// Runs `write(out)` on raw buffer memory when `worst` units fit there, else on the sink itself.
+template <class Write>
+void WriteBounded(Sink &sink, size_t worst, Write &&write) {
+    if (wchar_t *p = sink.Open(worst)) {
+        RawOut raw{p};
+        write(raw);
+        sink.Commit(raw.p);
+    } else {
+        write(sink);
+    }
+}
+
 }  // namespace
 
 // ---- allocation ---------------------------------------------------------------------------------
 
-namespace {
-// Every node is preceded by this header (16 bytes keep the node aligned like malloc's memory).
-struct alignas(16) NodeHeader {
-    CKrXMLNodeSlab *slab;  // null: the node has its own allocation
-};
-static_assert(sizeof(NodeHeader) == 16, "node header size");
-}  // namespace
-
-CKrXMLNodeSlab *CKrXMLNodeSlab::Create() {
-    void *p = std::malloc(sizeof(CKrXMLNodeSlab));
-    if (!p) return nullptr;
-    CKrXMLNodeSlab *slab = static_cast<CKrXMLNodeSlab *>(p);
-    slab->live = 0;
-    slab->used = 0;
-    slab->open = true;
-    return slab;
-}
-
-void *CKrXMLNodeSlab::Carve(size_t size) {
-    size = (size + 15) & ~size_t{15};
-    if (size > kBytes - used) return nullptr;
-    void *p = data + used;
-    used += size;
-    ++live;
-    return p;
-}
-
-void CKrXMLNodeSlab::Close(CKrXMLNodeSlab *slab) {
-    if (!slab) return;
-    slab->open = false;
-    if (slab->live == 0) std::free(slab);
-}
-
-void *CKrXMLNode::operator new(size_t size) {
-    return operator new(size, static_cast<CKrXMLNodeSlab *>(nullptr));
-}
+void *CKrXMLNode::operator new(size_t size) { return CKrXMLMemory::Allocate(size, nullptr); }
 
 void *CKrXMLNode::operator new(size_t size, CKrXMLNodeSlab *slab) {
-    size_t total = sizeof(NodeHeader) + size;
-    void *p = slab ? slab->Carve(total) : nullptr;
-    if (!p) {
-        slab = nullptr;
-        p = std::malloc(total);
-        if (!p) throw std::bad_alloc();
-    }
-    NodeHeader *h = ::new (p) NodeHeader{slab};
-    return h + 1;
+    return CKrXMLMemory::Allocate(size, slab);
 }
 
-void CKrXMLNode::operator delete(void *p) {
-    if (!p) return;
-    NodeHeader *h = static_cast<NodeHeader *>(p) - 1;
-    CKrXMLNodeSlab *slab = h->slab;
-    if (!slab) {
-        std::free(h);
-        return;
-    }
-    if (--slab->live == 0 && !slab->open) std::free(slab);
-}
+void CKrXMLNode::operator delete(void *p) { CKrXMLMemory::Free(p); }
 
-void CKrXMLNode::operator delete(void *p, CKrXMLNodeSlab *) { operator delete(p); }
+void CKrXMLNode::operator delete(void *p, CKrXMLNodeSlab *) { CKrXMLMemory::Free(p); }
 
 // ---- construction and ownership ---------------------------------------------------------------
 
@@ -414,6 +414,11 @@ int CKrXMLNode::GetValueInternal(CKrStringW &out, unsigned int level, bool inden
     return CKrXMLNodeAccess::Serialize(this, out, level, indent, pretty);
 }
 
+bool CKrXMLNodeAccess::IsTextOnly(CKrXMLNode const *first) {
+    return first && first->m_type == krXML_TEXT && !first->m_pSibling &&
+           !first->m_content.IsEmpty();
+}
+
 size_t CKrXMLNodeAccess::OutputLength(CKrXMLNode const *root, unsigned int level, bool indent,
                                       bool pretty, bool asDocument) {
     // Walked in document order, the order the parser allocated the nodes in (memory-friendly).
@@ -430,9 +435,7 @@ size_t CKrXMLNodeAccess::OutputLength(CKrXMLNode const *root, unsigned int level
         switch (n->m_type) {
             case krXML_ELEMENT: {
                 CKrXMLNode const *first = n->m_pFirstChild;
-                bool textOnly = first && first->m_type == krXML_TEXT && !first->m_pSibling &&
-                                !first->m_content.IsEmpty();
-                bool inner = pr && !textOnly;
+                bool inner = pr && !CKrXMLNodeAccess::IsTextOnly(first);
                 total += ind + 1 + length;
                 if (!n->m_attribsText.IsEmpty()) {
                     total += n->m_attribsText.GetLength();
@@ -470,6 +473,7 @@ size_t CKrXMLNodeAccess::OutputLength(CKrXMLNode const *root, unsigned int level
             continue;
         }
         l.next = n->m_pSibling;
+        __builtin_prefetch(reinterpret_cast<char const *>(n) + 4096);
         visit(n, l.level, l.pretty);  // may push (and move `l`)
     }
     return total;
@@ -485,7 +489,13 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         // never touched, so the margin costs address space only.
         measured = OutputLength(root, level, indent, pretty, asDocument);
         size_t want = out.GetLength() + measured + measured / 4 + 64;
-        if (want <= static_cast<size_t>(INT_MAX)) out.Preallocate(static_cast<int>(want));
+        if (want <= static_cast<size_t>(INT_MAX)) {
+            out.Preallocate(static_cast<int>(want));
+            // Every unit up to the measured length is about to be written: fault it in by
+            // large pages where the system allows (tens of megabytes for large documents).
+            KR_AdviseLargeWrite(const_cast<wchar_t *>(out.GetString()) + out.GetLength(),
+                                (measured + 1) * sizeof(wchar_t));
+        }
     }
     Sink sink(out, measured + measured / 8);
 
@@ -501,8 +511,9 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
     };
     std::vector<Frame> stack;
 
-    auto doIndent = [&](unsigned int lvl) {
-        if (indent && lvl >= 1) sink.PutBlanks(size_t{3} * lvl);
+    // Blanks in front of a construct at `lvl` (pretty output only).
+    auto blanks = [&](unsigned int lvl, bool pr) -> size_t {
+        return (pr && indent && lvl >= 1) ? size_t{3} * lvl : 0;
     };
 
     auto emit = [&](CKrXMLNode *n, unsigned int lvl, bool pr, bool isRoot) -> int {
@@ -517,49 +528,66 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         switch (n->m_type) {
             case krXML_ELEMENT: {
                 CKrXMLNode *first = n->m_pFirstChild;
-                bool textOnly = first && first->m_type == krXML_TEXT && !first->m_pSibling &&
-                                !first->m_content.IsEmpty();
-                if (pr) doIndent(lvl);
-                sink.Put(L'<');
-                sink.Put(content);
-                if (!n->m_attribsText.IsEmpty()) {
-                    sink.Put(n->m_attribsText.GetStdString());
-                } else {
-                    for (auto const &attr : n->m_attributes) {
-                        sink.Put(L' ');
-                        sink.Put(attr.first.GetStdString());
-                        sink.Put(L"=\"", 2);
-                        sink.PutEscaped(attr.second.GetStdString());
-                        sink.Put(L'"');
+                // Only pretty output lays out text-only elements differently; compact output
+                // does not look at the child yet.
+                bool textOnly = pr && CKrXMLNodeAccess::IsTextOnly(first);
+                size_t ind = blanks(lvl, pr);
+                std::wstring const &attribsText = n->m_attribsText.GetStdString();
+                size_t worst = ind + content.size() + 4 + attribsText.size();
+                if (attribsText.empty())
+                    for (auto const &attr : n->m_attributes)
+                        worst += 4 + attr.first.GetLength() +
+                                 kMaxEscapeGrowth * attr.second.GetLength();
+                WriteBounded(sink, worst, [&](auto &o) {
+                    o.PutBlanks(ind);
+                    o.Put(L'<');
+                    o.Put(content);
+                    if (!attribsText.empty()) {
+                        o.Put(attribsText);
+                    } else {
+                        for (auto const &attr : n->m_attributes) {
+                            o.Put(L' ');
+                            o.Put(attr.first.GetStdString());
+                            o.Put(L"=\"", 2);
+                            o.PutEscaped(attr.second.GetStdString());
+                            o.Put(L'"');
+                        }
                     }
-                }
-                if (pr && !textOnly)
-                    sink.Put(L">\r\n", 3);
-                else
-                    sink.Put(L'>');
+                    if (pr && !textOnly)
+                        o.Put(L">\r\n", 3);
+                    else
+                        o.Put(L'>');
+                });
                 stack.push_back({n, first, sink.Length(), lvl, pr, textOnly, false});
                 return 0;
             }
-            case krXML_TEXT:
+            case krXML_TEXT: {
                 if (content.empty()) return 0;
-                if (pr) doIndent(lvl);
-                sink.PutEscaped(content);  // no line break after text, callers rely on it
+                size_t ind = blanks(lvl, pr);
+                WriteBounded(sink, ind + kMaxEscapeGrowth * content.size(), [&](auto &o) {
+                    o.PutBlanks(ind);
+                    o.PutEscaped(content);  // no line break after text, callers rely on it
+                });
                 return 0;
+            }
             case krXML_COMMENT:
             case krXML_PROCESSING_INSTRUCTION: {
                 if (content.empty()) return 0;
                 bool comment = n->m_type == krXML_COMMENT;
-                if (pr) doIndent(lvl);
-                if (comment)
-                    sink.Put(L"<!--", 4);
-                else
-                    sink.Put(L"<?", 2);
-                sink.Put(content);
-                if (comment)
-                    sink.Put(L"-->", 3);
-                else
-                    sink.Put(L"?>", 2);
-                if (pr) sink.Put(L"\r\n", 2);
+                size_t ind = blanks(lvl, pr);
+                WriteBounded(sink, ind + content.size() + 9, [&](auto &o) {
+                    o.PutBlanks(ind);
+                    if (comment)
+                        o.Put(L"<!--", 4);
+                    else
+                        o.Put(L"<?", 2);
+                    o.Put(content);
+                    if (comment)
+                        o.Put(L"-->", 3);
+                    else
+                        o.Put(L"?>", 2);
+                    if (pr) o.Put(L"\r\n", 2);
+                });
                 return 0;
             }
             case krXML_DOCUMENT:
@@ -578,6 +606,7 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         Frame &f = stack.back();
         if (f.next) {
             CKrXMLNode *child = f.next;
+            __builtin_prefetch(reinterpret_cast<char const *>(child) + 4096);
             f.next = child->m_pSibling;
             rc = emit(child, f.fragment ? f.level : f.level + 1, f.pretty && !f.textOnly, false);
             continue;
@@ -585,11 +614,15 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         if (!f.fragment) {
             std::wstring const &tag = f.node->m_content.GetStdString();
             if (sink.Length() != f.mark) {
-                if (f.pretty && !f.textOnly) doIndent(f.level);
-                sink.Put(L"</", 2);
-                sink.Put(tag);
-                sink.Put(L'>');
-                if (f.pretty) sink.Put(L"\r\n", 2);
+                size_t ind = f.textOnly ? 0 : blanks(f.level, f.pretty);
+                bool lineBreak = f.pretty;
+                WriteBounded(sink, ind + tag.size() + 5, [&](auto &o) {
+                    o.PutBlanks(ind);
+                    o.Put(L"</", 2);
+                    o.Put(tag);
+                    o.Put(L'>');
+                    if (lineBreak) o.Put(L"\r\n", 2);
+                });
             } else if (f.pretty && !f.textOnly) {
                 sink.PullTail(3);
                 if (sink.EndsWith(L">\r\n", 3)) {

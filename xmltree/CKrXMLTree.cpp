@@ -23,11 +23,12 @@ struct CKrXMLTreeParser {
     XML_Parser parser;
     std::vector<CKrXMLNode *> lastChild;  // [k]: last child of the element active at depth k
     std::wstring scratch;
-    std::wstring name;
     std::wstring attribs;
     std::vector<size_t> order;  // attribute pairs in name order
-    CKrXMLNodeSlab *slab = nullptr;  // block the new nodes are carved from
-    static constexpr size_t kSlot = 16 + ((sizeof(CKrXMLNode) + 15) & ~size_t{15});  // header + node
+    CKrXMLNodeSlab *slab = nullptr;  // block the new nodes (and their attributes) are carved from
+    size_t nextSlabBytes = CKrXMLNodeSlab::kFirstBytes;
+    static constexpr size_t kNodeSlot =  // header + node
+        CKrXMLNodeSlab::kHeaderBytes + ((sizeof(CKrXMLNode) + 15) & ~size_t{15});
     bool outOfMemory = false;
 
     ~CKrXMLTreeParser() { CKrXMLNodeSlab::Close(slab); }
@@ -39,14 +40,27 @@ struct CKrXMLTreeParser {
         return ua < ub ? -1 : ua > ub ? 1 : 0;
     }
 
-    void Widen(XML_Char const *s, size_t n) {
-        scratch.resize(n);
-        for (size_t i = 0; i < n; ++i) scratch[i] = static_cast<wchar_t>(s[i]);
+    // expat's UTF-16 units, one per wchar_t.
+    static std::wstring Wide(XML_Char const *s, size_t n) {
+        std::wstring w(n, L'\0');
+        for (size_t i = 0; i < n; ++i) w[i] = static_cast<wchar_t>(s[i]);
+        return w;
     }
-    void Widen(XML_Char const *s) {
+    static std::wstring Wide(XML_Char const *s) {
         size_t n = 0;
         while (s[n]) ++n;
-        Widen(s, n);
+        return Wide(s, n);
+    }
+
+    // Makes sure the current block has room for `bytes` (piece headers included), opening the
+    // next, larger block when it has not.  A request larger than the largest block is left to
+    // the heap (the carving falls back by itself).
+    void MakeRoom(size_t bytes) {
+        if (slab && slab->Fits(bytes)) return;
+        if (bytes > CKrXMLNodeSlab::kLargestBytes / 2) return;
+        CKrXMLNodeSlab::Close(slab);
+        slab = CKrXMLNodeSlab::Create(nextSlabBytes);  // null: pieces get their own allocations
+        nextSlabBytes = CKrXMLNodeSlab::NextSize(nextSlabBytes);
     }
 
     // Appends a node under the active element.
@@ -59,10 +73,7 @@ struct CKrXMLTreeParser {
             last = parent->m_pFirstChild;
             while (last && last->m_pSibling) last = last->m_pSibling;
         }
-        if (!slab || slab->used + kSlot > CKrXMLNodeSlab::kBytes) {
-            CKrXMLNodeSlab::Close(slab);
-            slab = CKrXMLNodeSlab::Create();  // null: nodes get their own allocations
-        }
+        MakeRoom(kNodeSlot);
         CKrXMLNode *node = parent->AppendAfter(last, kind, slab);
         lastChild[depth] = node;
         return node;
@@ -77,21 +88,24 @@ struct CKrXMLTreeParser {
         auto *self = static_cast<CKrXMLTreeParser *>(user);
         try {
             CKrXMLTree *tree = self->tree;
-            CKrXMLNode *node = self->Append(krXML_ELEMENT);
-            self->Widen(name);
-            node->m_content = self->scratch;
-            bool keepOrder = tree->m_keepAttribsOrder;
-            self->attribs.clear();
             size_t pairs = 0;
             while (atts[2 * pairs]) ++pairs;
+            typedef CKrXMLAttributeMap::value_type Entry;
+            // The node and its attribute array side by side in the block.
+            if (pairs)
+                self->MakeRoom(kNodeSlot + CKrXMLNodeSlab::kHeaderBytes +
+                               CKrXMLNodeSlab::Round(pairs * sizeof(Entry)));
+            CKrXMLNode *node = self->Append(krXML_ELEMENT);
+            node->m_content = Wide(name);
+            bool keepOrder = tree->m_keepAttribsOrder;
+            self->attribs.clear();
             if (pairs) {
                 if (keepOrder) {
                     for (size_t i = 0; i < pairs; ++i) {
-                        self->Widen(atts[2 * i]);
                         self->attribs += L' ';
-                        self->attribs += self->scratch;
+                        self->attribs += Wide(atts[2 * i]);
                         self->attribs += L"=\"";
-                        self->Widen(atts[2 * i + 1]);
+                        self->scratch = Wide(atts[2 * i + 1]);
                         orvik_xml::AppendEscaped(self->attribs, self->scratch);
                         self->attribs += L'"';
                     }
@@ -113,13 +127,12 @@ struct CKrXMLTreeParser {
                     if (kept == 0 || Compare(atts[2 * order[k]], atts[2 * order[kept - 1]]) != 0)
                         order[kept++] = order[k];
                 order.resize(kept);
-                node->m_attributes.reserve(order.size());
-                for (size_t i : order) {
-                    self->Widen(atts[2 * i]);
-                    std::swap(self->scratch, self->name);
-                    self->Widen(atts[2 * i + 1]);
-                    node->m_attributes.AppendInOrder(self->name, self->scratch);
+                {
+                    CKrXMLAttributeFill fill(self->slab);
+                    node->m_attributes.reserve(order.size());
                 }
+                for (size_t i : order)
+                    node->m_attributes.AppendInOrder(Wide(atts[2 * i]), Wide(atts[2 * i + 1]));
             }
             if (keepOrder && !self->attribs.empty()) node->m_attribsText = self->attribs;
             tree->m_elementStack.push_back(node);
@@ -150,8 +163,7 @@ struct CKrXMLTreeParser {
         if (begin == end) return;
         try {
             CKrXMLNode *node = self->Append(krXML_TEXT);
-            self->Widen(s + begin, end - begin);
-            node->m_content = self->scratch;
+            node->m_content = Wide(s + begin, end - begin);
         } catch (...) {
             self->Fail();
         }
@@ -161,8 +173,7 @@ struct CKrXMLTreeParser {
         auto *self = static_cast<CKrXMLTreeParser *>(user);
         try {
             CKrXMLNode *node = self->Append(krXML_COMMENT);
-            self->Widen(data);
-            node->m_content = self->scratch;
+            node->m_content = Wide(data);
         } catch (...) {
             self->Fail();
         }

@@ -13,6 +13,9 @@ class CKrXMLNode;
 
 // Serialisation with access to the node internals (iterative; see CKrXMLNode.cpp).
 struct CKrXMLNodeAccess {
+    // Whether an element whose first child is `first` holds exactly one non-empty text node
+    // (pretty output keeps such an element on one line).
+    static bool IsTextOnly(CKrXMLNode const *first);
     // Writes `root` and its subtree; with asDocument the root writes only its children, at its
     // own level (the document's form, whatever the root's kind).
     static int Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int level, bool indent,
@@ -23,24 +26,44 @@ struct CKrXMLNodeAccess {
                                bool pretty, bool asDocument);
 };
 
-// A block of nodes built by one parse.  Nodes are carved from it one after the other, each with
-// a header pointing back at the block; the block is freed when it is closed (its parse moved
-// on) and its last node has been destroyed.  64 KiB (about 450 nodes) balances the cost of
-// allocating and releasing blocks against the memory a few surviving nodes can pin after most
-// of a parsed document was removed (at most one block each).
-struct CKrXMLNodeSlab {
-    static constexpr size_t kBytes = 64 * 1024;
-    size_t live;  // nodes carved and not yet destroyed
-    size_t used;  // bytes of data[] handed out
-    bool open;    // still being filled
-    alignas(16) unsigned char data[kBytes];
+// A block of nodes and attribute arrays built by one parse (see CKrXMLMemory.h).  Pieces are
+// carved one after the other, each behind a 16-byte header pointing back at the block; the block
+// is freed when it is closed (its parse moved on) and its last piece has been released.
+struct alignas(16) CKrXMLNodeSlab {
+    static constexpr size_t kFirstBytes = 64 * 1024;       // a parse starts with this size
+    static constexpr size_t kLargestBytes = 2 * 1024 * 1024;  // and doubles up to this
+    static constexpr size_t kHeaderBytes = 16;              // in front of every piece
 
-    // A new open block, or null when memory is short.
-    static CKrXMLNodeSlab *Create();
-    // Storage for `size` bytes of node (header included by the caller), or null when full.
-    void *Carve(size_t size);
-    // The parse is done with the block: freed now when no node lives in it.
+    size_t live;      // pieces carved and not yet released
+    size_t used;      // bytes of the data area handed out
+    size_t capacity;  // bytes of the data area
+    bool open;        // still being filled
+
+    // A new open block of `bytes` in all (this header included), or null when memory is short.
+    static CKrXMLNodeSlab *Create(size_t bytes);
+    // Room for a piece of `bytes` (its header included)?
+    bool Fits(size_t bytes) const { return Round(bytes) <= capacity - used; }
+    // Storage for `bytes` (header included by the caller), or null when full.
+    void *Carve(size_t bytes);
+    // The parse is done with the block: freed now when no piece lives in it.
     static void Close(CKrXMLNodeSlab *slab);
+    // The size of the block a parse opens after one of `bytes`.
+    static size_t NextSize(size_t bytes) {
+        return bytes < kLargestBytes ? bytes * 2 : kLargestBytes;
+    }
+
+    static size_t Round(size_t bytes) { return (bytes + 15) & ~size_t{15}; }
+    unsigned char *Data() { return reinterpret_cast<unsigned char *>(this + 1); }
+};
+
+// While alive, attribute arrays allocated on this thread are carved from `slab` (the block the
+// parser is filling) when they fit.  Scopes do not nest.
+class CKrXMLAttributeFill {
+public:
+    explicit CKrXMLAttributeFill(CKrXMLNodeSlab *slab);
+    ~CKrXMLAttributeFill();
+    CKrXMLAttributeFill(CKrXMLAttributeFill const &) = delete;
+    CKrXMLAttributeFill &operator=(CKrXMLAttributeFill const &) = delete;
 };
 
 namespace orvik_xml {
@@ -56,7 +79,10 @@ void ForEachEscapedPiece(wchar_t const *text, size_t length, Put &&put) {
     size_t start = 0;  // first unit not yet handed out
     for (size_t i = 0; i < length; ++i) {
         wchar_t const c = text[i];
-        if (c > L'>') continue;  // most characters: no test below can match
+        // One test for most characters: only these four of the first 64 code points need care.
+        constexpr uint64_t kSpecial = (uint64_t{1} << '"') | (uint64_t{1} << '&') |
+                                      (uint64_t{1} << '<') | (uint64_t{1} << '>');
+        if (static_cast<uint32_t>(c) > 63 || !((kSpecial >> c) & 1)) continue;
         wchar_t const *entity;
         size_t n;
         switch (c) {

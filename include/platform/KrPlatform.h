@@ -117,6 +117,13 @@ ORVIK_PLATFORM_API int KR_wcsicmp(const wchar_t *a, const wchar_t *b);
  * the system does not tell (both outputs then 0).  Either pointer may be null. */
 ORVIK_PLATFORM_API int KR_GetPhysMemory(kr_uint64 *total, kr_uint64 *available);
 
+/* Hint that [address, address + size) is about to be written from start to end: the system is
+ * asked to back the whole pages inside it with huge pages where it grants them on request, so the
+ * first writes fault in memory 2 MiB at a time instead of 4 KiB.  Contents are not touched;
+ * ranges under 2 MiB and systems without the feature are left alone.  Used for large buffers
+ * that are filled once (serialiser output, parser node blocks). */
+ORVIK_PLATFORM_API void KR_AdviseLargeWrite(void *address, size_t size);
+
 
 /* ---------------------------------------------------------------------------------------------
  * Time: the Windows runtime's 64-bit time functions on glibc (platform/KrTimeShims.cpp)

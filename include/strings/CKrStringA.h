@@ -33,6 +33,7 @@ public:
     CKrStringA(CKrStringA const &other);  // copies up to the first zero character
     CKrStringA(CKrStringA &&other) noexcept;  // as the copy (up to the first zero); leaves other empty
     CKrStringA(std::string const &text);  // the whole standard string, embedded zeros kept
+    CKrStringA(std::string &&text) noexcept;  // takes the standard string over (zeros kept)
     CKrStringA(QString const &text);      // UTF-8, QString::toStdString
     // Reserves `capacity` when non-zero, then copies up to the first zero; null gives empty.
     CKrStringA(char const *text, size_t capacity = 0);
@@ -45,6 +46,7 @@ public:
     CKrStringA const &operator=(CKrStringA const &other);
     CKrStringA const &operator=(CKrStringA &&other) noexcept;
     CKrStringA const &operator=(std::string const &text);
+    CKrStringA const &operator=(std::string &&text) noexcept;  // takes it over
     CKrStringA const &operator=(QString const &text);
     CKrStringA const &operator=(char c);
     CKrStringA const &operator=(char const *text);     // null empties; own buffer is a no-op
@@ -54,12 +56,14 @@ public:
     CKrStringA const &operator=(wchar_t c);
 
     // ---- access ------------------------------------------------------------------------
-    size_t GetLength() const;
+    // The trivial accessors are inline: serialisers and parsers call them per node.
+    size_t GetLength() const { return m_str.size(); }
     size_t GetBufferLength() const;  // capacity of the standard string, without the terminator
-    bool IsEmpty() const;
-    char const *GetString() const;   // never null; valid until the next change
+    bool IsEmpty() const { return m_str.empty(); }
+    // Never null; valid until the next change.
+    char const *GetString() const { return m_str.c_str(); }
     operator char const *() const;
-    std::string const &GetStdString() const;
+    std::string const &GetStdString() const { return m_str; }
     QString GetQString() const;  // QString::fromStdString (UTF-8)
     // 0 when the index is at or beyond the length; never throws.
     char operator[](size_t index) const;

@@ -31,6 +31,7 @@ public:
     CKrStringW(CKrStringW const &other);  // copies up to the first zero unit
     CKrStringW(CKrStringW &&other) noexcept;  // as the copy (up to the first zero); leaves other empty
     CKrStringW(std::wstring const &text);  // the whole standard string, embedded zeros kept
+    CKrStringW(std::wstring &&text) noexcept;  // takes the standard string over (zeros kept)
     // QString members copy UTF-16 units one for one: QString::toStdWString / fromStdWString
     // would produce or expect UTF-32 with this platform's 32-bit wchar_t.
     CKrStringW(QString const &text);
@@ -43,6 +44,7 @@ public:
     CKrStringW const &operator=(CKrStringW const &other);  // up to the first zero; self: no-op
     CKrStringW const &operator=(CKrStringW &&other) noexcept;
     CKrStringW const &operator=(std::wstring const &text);
+    CKrStringW const &operator=(std::wstring &&text) noexcept;  // takes it over
     CKrStringW const &operator=(QString const &text);
     CKrStringW const &operator=(char c);             // mbstowcs
     CKrStringW const &operator=(char const *text);   // mbstowcs; null empties
@@ -50,12 +52,14 @@ public:
     CKrStringW const &operator=(wchar_t c);
 
     // ---- access ------------------------------------------------------------------------
-    size_t GetLength() const;
+    // The trivial accessors are inline: serialisers and parsers call them per node.
+    size_t GetLength() const { return m_str.size(); }
     size_t GetBufferLength() const;
-    bool IsEmpty() const;
-    wchar_t const *GetString() const;  // never null; valid until the next change
+    bool IsEmpty() const { return m_str.empty(); }
+    // Never null; valid until the next change.
+    wchar_t const *GetString() const { return m_str.c_str(); }
     operator wchar_t const *() const;
-    std::wstring const &GetStdString() const;
+    std::wstring const &GetStdString() const { return m_str; }
     QString GetQString() const;  // units one for one (see the QString constructor)
     wchar_t operator[](size_t index) const;  // 0 at or beyond the length
     template <std::integral I>

@@ -4,6 +4,7 @@
 // would have), with the same notion of "same name" as such a map (neither name less than the
 // other).  Storage is one contiguous array instead of one allocation per entry: elements rarely
 // carry more than a handful of attributes, and a document holds hundreds of thousands of them.
+// A parsed node's array sits in the parser's node block, next to the node (see CKrXMLMemory.h).
 // Inserting a new name one at a time costs a shift of the entries behind it, so building a node
 // with many thousands of attributes through SetAttr is quadratic; the parser adds a whole
 // attribute list at once and sorts it in one go.
@@ -20,13 +21,15 @@
 #include <vector>
 
 #include "strings/CKrStringW.h"
+#include "xmltree/CKrXMLMemory.h"
 
 class CKrXMLAttributeMap {
 public:
     typedef CKrStringW key_type;
     typedef CKrStringW mapped_type;
     typedef std::pair<CKrStringW, CKrStringW> value_type;
-    typedef std::vector<value_type>::const_iterator const_iterator;
+    typedef std::vector<value_type, CKrXMLAttributeAllocator<value_type>> Items;
+    typedef Items::const_iterator const_iterator;
     typedef const_iterator iterator;  // entries are only changed through the members below
 
     const_iterator begin() const { return m_items.begin(); }
@@ -76,23 +79,23 @@ public:
 private:
     friend struct CKrXMLTreeParser;
 
-    std::vector<value_type>::iterator LowerBound(CKrStringW const &name) {
+    Items::iterator LowerBound(CKrStringW const &name) {
         return std::lower_bound(m_items.begin(), m_items.end(), name,
                                 [](value_type const &e, CKrStringW const &n) { return e.first < n; });
     }
-    std::vector<value_type>::const_iterator LowerBound(CKrStringW const &name) const {
+    Items::const_iterator LowerBound(CKrStringW const &name) const {
         return std::lower_bound(m_items.begin(), m_items.end(), name,
                                 [](value_type const &e, CKrStringW const &n) { return e.first < n; });
     }
 
     // Appends an entry whose name is greater than every name already held (the caller, the
     // parser, has sorted the list).
-    void AppendInOrder(std::wstring const &name, std::wstring const &value) {
-        m_items.emplace_back(std::piecewise_construct, std::forward_as_tuple(name),
-                             std::forward_as_tuple(value));
+    void AppendInOrder(std::wstring &&name, std::wstring &&value) {
+        m_items.emplace_back(std::piecewise_construct, std::forward_as_tuple(std::move(name)),
+                             std::forward_as_tuple(std::move(value)));
     }
 
-    std::vector<value_type> m_items;
+    Items m_items;
 };
 
 #endif

@@ -20,7 +20,9 @@
 // Serialisation (GetValue / GetValueInternal) and the deep operations (destruction, Assign,
 // Text) iterate rather than recurse, so documents nested 100,000 levels deep are handled within
 // a fixed stack.  A node whose dynamic type overrides GetValueInternal is still called through
-// the virtual.
+// the virtual.  GetValue measures the output first and reserves it in `out` once (large outputs
+// are backed by huge pages where the system allows), so serialising into a string kept from an
+// earlier call reuses its memory.
 //
 // Path queries: a deliberately small subset of XPath.  Steps are separated by "/", each a child
 // step with an optional "axis::" (only "child" is evaluated), the node tests name, "*",
@@ -52,14 +54,13 @@ enum CKrXMLNodeType : kr_int32 {
     krXML_DOCUMENT = 4                 // only the document (CKrXMLTree) itself
 };
 
-struct CKrXMLNodeSlab;
+struct CKrXMLNodeSlab;  // a parser's block (CKrXMLMemory.h)
 
 class ORVIK_API CKrXMLNode {
 public:
-    // Nodes are allocated with a small header naming the block they came from: the parser puts
-    // the nodes it builds side by side in shared blocks (fewer, cheaper allocations), everything
-    // else gets its own allocation.  `delete` works the same for both; a block is released with
-    // its last node.
+    // Nodes are allocated through CKrXMLMemory: the parser puts the nodes it builds side by side
+    // in shared blocks (fewer, cheaper allocations), everything else gets its own allocation.
+    // `delete` works the same for both; a block is released with its last node.
     static void *operator new(size_t size);
     static void *operator new(size_t size, CKrXMLNodeSlab *slab);  // null: own allocation
     static void operator delete(void *p);

@@ -21,12 +21,12 @@
 //  - no external entities or DTDs are loaded (no external-entity handler is registered).
 // Depth is not limited by expat; the tree itself handles any depth without recursion (building,
 // destruction, serialisation, copying with Assign or the document copy, Text and queries all
-// iterate).  Memory use is proportional to the document: about 150 bytes per node (parsed nodes
-// sit side by side in 64 KiB blocks, each released with its last node) plus 64 bytes per
-// attribute, plus the text (4 bytes per character), and about twice the document while it is
-// being parsed.  Indented
-// pretty output grows with the square of the depth (3 blanks per level on every line), so very
-// deep documents are better written with indent off.
+// iterate).  Memory use is proportional to the document: about 150 bytes per node plus 64 bytes
+// per attribute, plus the text (4 bytes per character), and about twice the document while it is
+// being parsed.  Parsed nodes and their attribute arrays sit side by side in blocks that grow
+// from 64 KiB to 2 MiB, each released with its last piece (CKrXMLMemory.h).  Indented pretty
+// output grows with the square of the depth (3 blanks per level on every line), so very deep
+// documents are better written with indent off.
 //
 // Serialisation escapes only '"', '<', '>' and '&' in text and attribute values and writes
 // every other character as it is: control characters in attribute values are therefore

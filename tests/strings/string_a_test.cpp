@@ -26,6 +26,14 @@ TEST(StringA, CopyingStopsAtTheFirstZeroButStdStringKeepsEverything) {
     const std::string raw("ab\0cd", 5);
     CKrStringA whole(raw);
     EXPECT_EQ(whole.GetLength(), 5u);
+    // Taking a standard string over keeps everything as well.
+    EXPECT_EQ(std_(CKrStringA(std::string(raw))), raw);
+    CKrStringA taken;
+    taken = std::string(raw);
+    EXPECT_EQ(std_(taken), raw);
+    taken = "other";
+    taken = raw;  // copied
+    EXPECT_EQ(std_(taken), raw);
 
     CKrStringA copy(whole);
     EXPECT_EQ(std_(copy), "ab");

@@ -49,8 +49,15 @@ std::wstring referenceDecode(std::string const &in) {
 }  // namespace
 
 TEST(StringW, CopyingStopsAtTheFirstZeroButStdWStringKeepsEverything) {
-    CKrStringW whole(std::wstring(L"ab\0cd", 5));
+    CKrStringW whole(std::wstring(L"ab\0cd", 5));  // taken over
     EXPECT_EQ(whole.GetLength(), 5u);
+    std::wstring const raw(L"xy\0z", 4);
+    CKrStringW taken;
+    taken = std::wstring(raw);
+    EXPECT_EQ(std_(taken), raw);
+    taken = L"other";
+    taken = raw;  // copied
+    EXPECT_EQ(std_(taken), raw);
     EXPECT_EQ(std_(CKrStringW(whole)), L"ab");
     CKrStringW assigned;
     assigned = whole;

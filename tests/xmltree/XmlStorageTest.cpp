@@ -153,6 +153,74 @@ TEST(XmlStorage, ParsedNodesSurviveRemovalDetachAndReparse) {
     placed->~CKrXMLNode();
 }
 
+// A large parse fills blocks of growing size, with attribute arrays beside their nodes.  Survivors
+// spread over those blocks must stay whole while everything around them goes, also when their
+// attribute arrays are regrown, shrunk or emptied, and after the document itself is gone.
+TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
+    std::string xml = "<r>";
+    const int kItems = 20000;  // several megabytes of nodes: every block size is used
+    for (int i = 0; i < kItems; ++i) {
+        std::string n = std::to_string(i);
+        xml += "<i id=\"" + n + "\" b=\"bee" + n + "\" a=\"&amp;" + n + "\">text " + n + "</i>";
+    }
+    xml += "</r>";
+    auto *tree = new CKrXMLTree;
+    ASSERT_EQ(tree->SetValue(xml.data(), xml.size(), true), 0);
+    CKrXMLNode *r = tree->FirstChild();
+    ASSERT_NE(r, nullptr);
+
+    std::vector<CKrXMLNode *> items;
+    for (CKrXMLNode *c = r->FirstChild(); c; c = c->Sibling()) items.push_back(c);
+    ASSERT_EQ(items.size(), static_cast<size_t>(kItems));
+    const std::vector<int> keep = {0, 1, 777, 5000, 12345, kItems - 1};
+    std::vector<CKrXMLNode *> survivors;
+    for (int k : keep) survivors.push_back(items[k]);
+
+    // Grow one survivor's attributes well past the parsed array, shrink another, empty a third.
+    for (int j = 0; j < 50; ++j)
+        survivors[1]->SetAttr(CKrStringW(L"x" + std::to_wstring(j)), CKrStringW(L"v"));
+    survivors[2]->DeleteAttr(CKrStringW(L"b"));
+    survivors[3]->DeleteAllAttributes();
+
+    // Everything else goes, the document included (the survivors move to another owner).
+    size_t next = 0;
+    for (int i = 0; i < kItems; ++i) {
+        if (next < keep.size() && keep[next] == i) {
+            ++next;
+            continue;
+        }
+        items[i]->Remove();
+    }
+    auto *holder = new CKrXMLNode(*tree);
+    tree->Init();
+    delete tree;
+
+    for (size_t s = 0; s < keep.size(); ++s) {
+        std::wstring n = std::to_wstring(keep[s]);
+        CKrXMLNode *node = survivors[s];
+        EXPECT_EQ(W(node->Text()), L"text " + n);
+        CKrStringW id;
+        EXPECT_EQ(node->GetAttr(CKrStringW(L"id"), id), s == 3 ? -13 : 0) << s;
+        EXPECT_EQ(W(id), s == 3 ? L"" : n) << s;
+    }
+    EXPECT_EQ(survivors[1]->Attributes().size(), 53u);
+    EXPECT_EQ(Compact(survivors[0]), L"<i a=\"&amp;0\" b=\"bee0\" id=\"0\">text 0</i>");
+    EXPECT_EQ(Compact(survivors[2]), L"<i a=\"&amp;777\" id=\"777\">text 777</i>");
+    EXPECT_EQ(Compact(survivors[3]), L"<i>text 5000</i>");
+    EXPECT_EQ(Compact(survivors[5]),
+              L"<i a=\"&amp;19999\" b=\"bee19999\" id=\"19999\">text 19999</i>");
+
+    // A deep copy of the survivors owns its own memory.
+    CKrXMLNode copy;
+    copy.Assign(r);
+    delete holder;
+    ASSERT_NE(copy.FirstChild(), nullptr);
+    EXPECT_EQ(Compact(copy.FirstChild()), L"<i a=\"&amp;0\" b=\"bee0\" id=\"0\">text 0</i>");
+    size_t children = 0;
+    for (CKrXMLNode *c = copy.FirstChild(); c; c = c->Sibling()) ++children;
+    EXPECT_EQ(children, keep.size());
+}
+
 // The output is sized before writing; text that grows a lot when escaped, output appended to a
 // non-empty string and deep indentation must still come out whole.
 TEST(XmlStorage, OutputSizingNeverLosesText) {
@@ -176,6 +244,35 @@ TEST(XmlStorage, OutputSizingNeverLosesText) {
     CKrStringW appended(L"prefix:");
     ASSERT_EQ(a->GetValue(appended, false, false), 0);
     EXPECT_EQ(W(appended), L"prefix:" + expect);
+
+    // Constructs far larger than the writer's buffer (a start tag with a 100,000-unit value and
+    // thousands of attributes, a 200,000-unit text) between small ones.
+    CKrXMLNode big(krXML_ELEMENT, L"big");
+    std::wstring longValue, longText, escapedValue, escapedText;
+    for (int i = 0; i < 100000; ++i) {
+        wchar_t c = i % 97 == 0 ? L'<' : static_cast<wchar_t>(L'a' + i % 26);
+        longValue += c;
+        escapedValue += c == L'<' ? std::wstring(L"&lt;") : std::wstring(1, c);
+    }
+    for (int i = 0; i < 200000; ++i) {
+        wchar_t c = i % 1001 == 0 ? L'>' : static_cast<wchar_t>(L'0' + i % 10);
+        longText += c;
+        escapedText += c == L'>' ? std::wstring(L"&gt;") : std::wstring(1, c);
+    }
+    big.SetAttr(CKrStringW(L"v"), CKrStringW(longValue));
+    std::wstring manyAttrs;
+    for (int i = 0; i < 3000; ++i) {
+        std::wstring name = L"k" + std::to_wstring(100000 + i);
+        big.SetAttr(CKrStringW(name), CKrStringW(L"\""));
+        manyAttrs += L" " + name + L"=\"&quot;\"";
+    }
+    big.AddChild(krXML_ELEMENT, L"small")->AddChild(krXML_TEXT, L"s");
+    big.AddChild(krXML_TEXT, longText.c_str());
+    big.AddChild(krXML_ELEMENT, L"e");
+    CKrStringW bigOut;
+    ASSERT_EQ(big.GetValue(bigOut, false, false), 0);
+    EXPECT_EQ(W(bigOut), L"<big" + manyAttrs + L" v=\"" + escapedValue + L"\"><small>s</small>" +
+                             escapedText + L"<e/></big>");
 
     // 150 levels: indentation beyond one buffer's worth, and pretty empty elements.
     CKrXMLNode *n = &tree;
