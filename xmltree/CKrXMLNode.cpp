@@ -142,6 +142,14 @@ struct RawOut {
     }
 };
 
+// Parsed nodes sit in document order in their blocks, so a walk in document order reads memory
+// front to back; asking for the memory some 25 nodes ahead hides most of the latency of each node
+// (a walk over a large tree otherwise stalls on every one).  A prefetch never faults, so the
+// address may lie past the end of a block or belong to a tree built by hand.
+inline void PrefetchAhead(CKrXMLNode const *node) {
+    __builtin_prefetch(reinterpret_cast<char const *>(node) + 4096);
+}
+
 // Units an escaped text can take at most ("&quot;" for a character).
 constexpr size_t kMaxEscapeGrowth = 6;
 
@@ -473,7 +481,7 @@ size_t CKrXMLNodeAccess::OutputLength(CKrXMLNode const *root, unsigned int level
             continue;
         }
         l.next = n->m_pSibling;
-        __builtin_prefetch(reinterpret_cast<char const *>(n) + 4096);
+        PrefetchAhead(n);
         visit(n, l.level, l.pretty);  // may push (and move `l`)
     }
     return total;
@@ -606,7 +614,7 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         Frame &f = stack.back();
         if (f.next) {
             CKrXMLNode *child = f.next;
-            __builtin_prefetch(reinterpret_cast<char const *>(child) + 4096);
+            PrefetchAhead(child);
             f.next = child->m_pSibling;
             rc = emit(child, f.fragment ? f.level : f.level + 1, f.pretty && !f.textOnly, false);
             continue;

@@ -22,7 +22,6 @@ struct CKrXMLTreeParser {
     CKrXMLTree *tree;
     XML_Parser parser;
     std::vector<CKrXMLNode *> lastChild;  // [k]: last child of the element active at depth k
-    std::wstring scratch;
     std::wstring attribs;
     std::vector<size_t> order;  // attribute pairs in name order
     CKrXMLNodeSlab *slab = nullptr;  // block the new nodes (and their attributes) are carved from
@@ -105,8 +104,7 @@ struct CKrXMLTreeParser {
                         self->attribs += L' ';
                         self->attribs += Wide(atts[2 * i]);
                         self->attribs += L"=\"";
-                        self->scratch = Wide(atts[2 * i + 1]);
-                        orvik_xml::AppendEscaped(self->attribs, self->scratch);
+                        orvik_xml::AppendEscaped(self->attribs, Wide(atts[2 * i + 1]));
                         self->attribs += L'"';
                     }
                 }
