@@ -19,24 +19,39 @@
 namespace {
 
 // Output is collected in a bounded buffer (which stays in cache) and appended to `out` in
-// pieces.
+// pieces.  The buffer starts small, for the many short outputs, and doubles with every flush up
+// to its full size.
 class Sink {
 public:
+    static constexpr size_t kFirstChunk = 512;
     static constexpr size_t kChunk = 1 << 15;
-    // `expected`: the length the output is likely to reach; small outputs get a small buffer.
-    Sink(CKrStringW &out, size_t expected)
-        : m_out(out), m_outLength(out.GetLength()),
-          m_buf(std::min(kChunk, std::max(expected, size_t{256}))) {}
+
+    explicit Sink(CKrStringW &out)
+        : m_out(out), m_outLength(out.GetLength()), m_buf(kFirstChunk) {}
     ~Sink() { Flush(); }
     size_t Length() const { return m_outLength + m_pos; }
+    size_t BufferSize() const { return m_buf.size(); }
+    // Units `out` can hold without moving.
+    size_t OutCapacity() const { return m_out.GetStdString().capacity(); }
     void Flush() {
         if (m_pos == 0) return;
         m_out.AddChars(m_buf.data(), static_cast<int>(m_pos));
         m_outLength += m_pos;
         m_pos = 0;
+        if (m_buf.size() < kChunk) m_buf.resize(m_buf.size() * 2);
     }
     // After a derived node wrote into `out` directly.
     void Resync() { m_outLength = m_out.GetLength(); }
+    // Makes `out` hold `more` units beyond everything written so far without moving.
+    void Reserve(size_t more) {
+        size_t want = Length() + more;
+        if (want <= OutCapacity() || want > static_cast<size_t>(INT_MAX)) return;
+        m_out.Preallocate(static_cast<int>(want));
+        // All of it is likely to be written: fault it in by large pages where the system allows
+        // (tens of megabytes for large documents).
+        KR_AdviseLargeWrite(const_cast<wchar_t *>(m_out.GetString()) + m_outLength,
+                            (want - m_outLength) * sizeof(wchar_t));
+    }
 
     void Put(wchar_t c) {
         if (m_pos == m_buf.size()) Flush();
@@ -427,15 +442,10 @@ bool CKrXMLNodeAccess::IsTextOnly(CKrXMLNode const *first) {
            !first->m_content.IsEmpty();
 }
 
-size_t CKrXMLNodeAccess::OutputLength(CKrXMLNode const *root, unsigned int level, bool indent,
-                                      bool pretty, bool asDocument) {
-    // Walked in document order, the order the parser allocated the nodes in (memory-friendly).
-    struct List {
-        CKrXMLNode const *next;  // next node of a child list
-        unsigned int level;
-        bool pretty;
-    };
-    std::vector<List> lists;
+size_t CKrXMLNodeAccess::ChainsLength(std::vector<Chain> chains, bool indent) {
+    // `chains` doubles as the walk's stack: the last chain is walked first.  Callers put the
+    // chain that comes first in the document last, so the walk reads memory front to back
+    // (parsed nodes sit in document order).
     size_t total = 0;
     auto visit = [&](CKrXMLNode const *n, unsigned int lvl, bool pr) {
         size_t length = n->m_content.GetLength();
@@ -453,7 +463,7 @@ size_t CKrXMLNodeAccess::OutputLength(CKrXMLNode const *root, unsigned int level
                 }
                 total += inner ? 3 : 1;                                  // ">" [CRLF]
                 total += (inner ? ind : 0) + 3 + length + (pr ? 2 : 0);  // "</name>" [CRLF]
-                if (first) lists.push_back({first, lvl + 1, inner});
+                if (first) chains.push_back({first, lvl + 1, inner});
                 break;
             }
             case krXML_TEXT:
@@ -464,48 +474,27 @@ size_t CKrXMLNodeAccess::OutputLength(CKrXMLNode const *root, unsigned int level
                 if (length) total += length + (n->m_type == krXML_COMMENT ? 7 : 4) + (pr ? ind + 2 : 0);
                 break;
             case krXML_DOCUMENT:
-                if (n->m_pFirstChild) lists.push_back({n->m_pFirstChild, lvl, pr});
+                if (n->m_pFirstChild) chains.push_back({n->m_pFirstChild, lvl, pr});
                 break;
         }
     };
-    if (asDocument) {
-        if (root->m_pFirstChild) lists.push_back({root->m_pFirstChild, level, pretty});
-    } else {
-        visit(root, level, pretty);
-    }
-    while (!lists.empty()) {
-        List &l = lists.back();
-        CKrXMLNode const *n = l.next;
+    while (!chains.empty()) {
+        Chain &c = chains.back();
+        CKrXMLNode const *n = c.first;
         if (!n) {
-            lists.pop_back();
+            chains.pop_back();
             continue;
         }
-        l.next = n->m_pSibling;
+        c.first = n->m_pSibling;
         PrefetchAhead(n);
-        visit(n, l.level, l.pretty);  // may push (and move `l`)
+        visit(n, c.level, c.pretty);  // may push (and move `c`)
     }
     return total;
 }
 
 int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int level,
                                 bool indent, bool pretty, bool asDocument) {
-    size_t measured = 0;
-    {
-        // Size the result once instead of letting it grow by doubling (each step copies it and
-        // touches new pages).  The measure leaves out escapes (counting them means reading every
-        // text); the margin covers them for ordinary documents, and capacity never written is
-        // never touched, so the margin costs address space only.
-        measured = OutputLength(root, level, indent, pretty, asDocument);
-        size_t want = out.GetLength() + measured + measured / 4 + 64;
-        if (want <= static_cast<size_t>(INT_MAX)) {
-            out.Preallocate(static_cast<int>(want));
-            // Every unit up to the measured length is about to be written: fault it in by
-            // large pages where the system allows (tens of megabytes for large documents).
-            KR_AdviseLargeWrite(const_cast<wchar_t *>(out.GetString()) + out.GetLength(),
-                                (measured + 1) * sizeof(wchar_t));
-        }
-    }
-    Sink sink(out, measured + measured / 8);
+    Sink sink(out);
 
     // An open element (or a document-kind node, whose children stay at its own level).
     struct Frame {
@@ -605,12 +594,34 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         return -4;  // not a node kind
     };
 
+    // The result is sized once instead of growing by doubling (each step copies it and touches
+    // new pages): when `out` first lacks room for another buffer's worth, what is left to write
+    // is measured and reserved.  A string kept from an earlier call of the same size is never
+    // measured.  The measure leaves out escapes (counting them means reading every text); the
+    // margin covers them for ordinary documents, and capacity never written is never touched,
+    // so the margin costs address space only.
+    bool sized = false;
+    auto makeRoom = [&] {
+        sized = true;
+        std::vector<Chain> chains;
+        size_t closing = 0;
+        for (Frame const &f : stack) {
+            if (f.next) chains.push_back({f.next, f.fragment ? f.level : f.level + 1, f.pretty && !f.textOnly});
+            if (!f.fragment)
+                closing += (f.textOnly ? 0 : blanks(f.level, f.pretty)) + f.node->m_content.GetLength() +
+                           3 + (f.pretty ? 2 : 0);
+        }
+        size_t rest = closing + ChainsLength(std::move(chains), indent);
+        sink.Reserve(rest + rest / 4 + 64);
+    };
+
     int rc = 0;
     if (asDocument)
         stack.push_back({root, root->m_pFirstChild, sink.Length(), level, pretty, false, true});
     else
         rc = emit(root, level, pretty, true);
     while (rc == 0 && !stack.empty()) {
+        if (!sized && sink.Length() + sink.BufferSize() > sink.OutCapacity()) makeRoom();
         Frame &f = stack.back();
         if (f.next) {
             CKrXMLNode *child = f.next;

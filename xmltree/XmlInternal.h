@@ -20,10 +20,17 @@ struct CKrXMLNodeAccess {
     // own level (the document's form, whatever the root's kind).
     static int Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int level, bool indent,
                          bool pretty, bool asDocument = false);
-    // Length Serialize will append for the same arguments, without the growth from escapes;
-    // empty elements are counted with a full end tag.  Used to size the output once.
-    static size_t OutputLength(CKrXMLNode const *root, unsigned int level, bool indent,
-                               bool pretty, bool asDocument);
+    // A run of siblings still to be written: `first` and every node after it, each with its
+    // subtree, at `level`.
+    struct Chain {
+        CKrXMLNode const *first;
+        unsigned int level;
+        bool pretty;
+    };
+    // Units Serialize appends for `chains` (the one first in the document listed last), without
+    // the growth from escapes; empty elements are counted with a full end tag.  Used to size
+    // the output once.
+    static size_t ChainsLength(std::vector<Chain> chains, bool indent);
 };
 
 // A block of nodes and attribute arrays built by one parse (see CKrXMLMemory.h).  Pieces are

@@ -20,9 +20,10 @@
 // Serialisation (GetValue / GetValueInternal) and the deep operations (destruction, Assign,
 // Text) iterate rather than recurse, so documents nested 100,000 levels deep are handled within
 // a fixed stack.  A node whose dynamic type overrides GetValueInternal is still called through
-// the virtual.  GetValue measures the output first and reserves it in `out` once (large outputs
-// are backed by huge pages where the system allows), so serialising into a string kept from an
-// earlier call reuses its memory.
+// the virtual.  GetValue writes into `out` as long as it has room; when it first runs short, the
+// rest of the output is measured and reserved at once (large outputs are backed by huge pages
+// where the system allows).  Serialising into a string kept from an earlier call of about the
+// same size therefore reuses its memory and skips the measuring walk.
 //
 // Path queries: a deliberately small subset of XPath.  Steps are separated by "/", each a child
 // step with an optional "axis::" (only "child" is evaluated), the node tests name, "*",

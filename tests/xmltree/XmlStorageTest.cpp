@@ -285,3 +285,51 @@ TEST(XmlStorage, OutputSizingNeverLosesText) {
     EXPECT_NE(p.find(L"\r\n" + deepest), std::wstring::npos);
     EXPECT_EQ(p.size() - p.rfind(L"</d>\r\n"), 6u);
 }
+
+// The writer reserves room once, when the output string first runs short: what is left to write
+// is measured from wherever the walk stands then.  Strings that already hold some room (kept
+// from an earlier call, or reserved by the caller) make that happen at every depth of the walk;
+// the text must not change, and a fresh result is allocated once with at most a quarter spare.
+TEST(XmlStorage, OutputRoomIsMadeFromAnyPointOfTheWalk) {
+    std::string xml = "<?xml version=\"1.0\"?><set>";
+    for (int i = 0; i < 400; ++i) {
+        std::string n = std::to_string(i);
+        xml += "<rec id=\"" + n + "\" kind=\"k" + std::to_string(i % 7) + "\"><name>record " + n +
+               "</name><!-- note " + n + " --><deep><deeper><deepest at=\"" + n + "\">" + n +
+               "</deepest></deeper></deep></rec>";
+    }
+    xml += "</set>";
+    CKrXMLTree tree;
+    ASSERT_EQ(tree.SetValue(xml.data(), xml.size(), true), 0);
+    for (bool pretty : {true, false}) {
+        tree.SetPrettyXML(pretty);
+        CKrStringW fresh;
+        ASSERT_EQ(tree.GetValue(fresh, true, pretty), 0);
+        std::wstring const reference = W(fresh);
+        size_t const length = reference.size();
+        ASSERT_GT(length, 40000u);
+        size_t capacity = fresh.GetStdString().capacity();
+        EXPECT_LE(capacity, length + length / 4 + 64) << pretty;
+
+        for (size_t room : {size_t{1}, size_t{600}, length / 3, length / 2, length - 1, length,
+                            2 * length}) {
+            CKrStringW out;
+            out.Preallocate(static_cast<int>(room));
+            ASSERT_EQ(tree.GetValue(out, true, pretty), 0);
+            EXPECT_EQ(W(out), reference) << "room " << room << " pretty " << pretty;
+            ASSERT_EQ(tree.GetValue(out, true, pretty), 0);  // the same string again
+            EXPECT_EQ(W(out), reference) << "room " << room << " pretty " << pretty;
+        }
+
+        // A node's output appends to what the string holds, with room short at some depth.
+        CKrXMLNode *set = tree.FirstChild();
+        CKrStringW whole;
+        ASSERT_EQ(set->GetValue(whole, true, pretty), 0);
+        for (size_t room : {size_t{10}, W(whole).size() / 2}) {
+            CKrStringW appended(L"head:");
+            appended.Preallocate(static_cast<int>(room));
+            ASSERT_EQ(set->GetValue(appended, true, pretty), 0);
+            EXPECT_EQ(W(appended), L"head:" + W(whole)) << room;
+        }
+    }
+}
