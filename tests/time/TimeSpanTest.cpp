@@ -13,17 +13,13 @@ namespace {
 using TS = CKrTimeSpan;
 
 TEST(TimeSpan, FactoriesAndMixedUnitConstructor) {
-    struct Case {
-        TS span;
-        long long ms;
-    } cases[] = {
+    struct { TS span; long long ms; } cases[] = {
         {TS::Millisecond(), 1},          {TS::Milliseconds(-7), -7},
         {TS::Second(), 1000},            {TS::Seconds(90), 90000},
         {TS::Minute(), 60000},           {TS::Minutes(-2), -120000},
         {TS::Hour(), 3600000},           {TS::Hours(25), 90000000},
-        {TS::Day(), 86400000},           {TS::Days(1), 86400000},
-        {TS::Days(-3), -259200000},      {TS::Week(), 604800000},
-        {TS::Weeks(2), 1209600000},
+        {TS::Day(), 86400000},           {TS::Days(-3), -259200000},
+        {TS::Week(), 604800000},         {TS::Weeks(2), 1209600000},
         // Units are not limited to their range and may be mixed in sign.
         {TS(1, -30, 0, 0), 1800000},     {TS(0, 0, 61, 1500), 62500},
         {TS(0, 0, 0, LLONG_MIN), LLONG_MIN},
@@ -35,33 +31,21 @@ TEST(TimeSpan, GettersAreTotalsTruncatedTowardZero) {
     const TS ninetyMinutes = TS::Minutes(90);
     EXPECT_EQ(ninetyMinutes.GetHours(), 1);
     EXPECT_EQ(ninetyMinutes.GetMinutes(), 90);
-    EXPECT_EQ(ninetyMinutes.GetSeconds(), 5400);
     EXPECT_EQ(TS::Minutes(-90).GetHours(), -1);  // toward zero, not floor
-    EXPECT_EQ(TS(59999LL).GetMinutes(), 0);
     EXPECT_EQ(TS(-59999LL).GetMinutes(), 0);
     EXPECT_EQ(TS(-1999LL).GetSeconds(), -1);
     EXPECT_EQ(TS::Hours(36).GetDays(), 1);
-    EXPECT_EQ(TS::Days(13).GetWeeks(), 1);
     EXPECT_EQ(TS::Days(-14).GetWeeks(), -2);
-    EXPECT_EQ(TS(123456789012LL).GetMilliseconds(), 123456789012LL);
     // The 32-bit getters cut the minute count to 32 bits first.
     const long long minutes = (1LL << 32) + 120;
     EXPECT_EQ(TS::Minutes(minutes).GetMinutes(), 120);
     EXPECT_EQ(TS::Minutes(minutes).GetHours(), 2);
 }
 
-TEST(TimeSpan, ArithmeticModifyingAndConstForms) {
+TEST(TimeSpan, ArithmeticModifyingAndConstFormsWrapping) {
     TS a = TS::Hour();
-    a.Add(TS::Minute()).Subtract(TS::Second());
-    EXPECT_EQ(a.GetValue(), 3600000 + 60000 - 1000);
-    a += TS::Second();
-    a -= TS::Minute();
-    EXPECT_EQ(a.GetValue(), 3600000);
-    a *= 3;
-    EXPECT_EQ(a.GetValue(), 3 * 3600000);
-    a.Multiply(-2);
-    EXPECT_EQ(a.GetValue(), -6 * 3600000LL);
-
+    a.Add(TS::Minute()).Subtract(TS::Second()).Multiply(-2);
+    EXPECT_EQ(a.GetValue(), -2 * (3600000 + 60000 - 1000));
     const TS c = TS::Seconds(10);
     EXPECT_EQ(c.Add(TS::Seconds(5)).GetValue(), 15000);
     EXPECT_EQ(c.Subtract(TS::Seconds(15)).GetValue(), -5000);
@@ -69,51 +53,33 @@ TEST(TimeSpan, ArithmeticModifyingAndConstForms) {
     EXPECT_EQ(c.Negate().GetValue(), -10000);
     EXPECT_EQ(c.GetValue(), 10000);  // const forms leave the operand alone
     EXPECT_EQ(TS(-7LL).Abs().GetValue(), 7);
-
     TS n = TS::Seconds(3);
     TS &ref = -n;  // unary minus negates in place and returns the same object
     EXPECT_EQ(&ref, &n);
     EXPECT_EQ(n.GetValue(), -3000);
-    n.Neg();
-    EXPECT_EQ(n.GetValue(), 3000);
-}
-
-TEST(TimeSpan, OverflowWrapsInsteadOfTrapping) {
-    TS big(LLONG_MAX);
-    big.Add(TS(1LL));
-    EXPECT_EQ(big.GetValue(), LLONG_MIN);
+    // Overflow wraps (two's complement) instead of trapping.
+    EXPECT_EQ(TS(LLONG_MAX).Add(TS(1LL)).GetValue(), LLONG_MIN);
+    EXPECT_EQ(TS(LLONG_MIN).Multiply(-1).GetValue(), LLONG_MIN);
     EXPECT_EQ(TS(LLONG_MIN).Negate().GetValue(), LLONG_MIN);
     EXPECT_EQ(TS(LLONG_MIN).Abs().GetValue(), LLONG_MIN);
-    EXPECT_EQ(TS::Weeks(LLONG_MAX).GetValue(), static_cast<long long>(168ULL * 3600000ULL * static_cast<unsigned long long>(LLONG_MAX)));
-    TS m(LLONG_MIN);
-    m.Multiply(-1);
-    EXPECT_EQ(m.GetValue(), LLONG_MIN);
+    const unsigned long long weekMs = 168ULL * 3600000ULL;
+    EXPECT_EQ(TS::Weeks(LLONG_MAX).GetValue(), static_cast<long long>(weekMs * LLONG_MAX));
 }
 
 TEST(TimeSpan, PredicatesAndInvertedNot) {
-    EXPECT_TRUE(TS(0LL).IsNull());
-    EXPECT_TRUE(TS(1LL).IsPositive());
-    EXPECT_TRUE(TS(-1LL).IsNegative());
-    EXPECT_FALSE(TS(0LL).IsPositive() || TS(0LL).IsNegative());
-    EXPECT_TRUE(TS::Minute().IsEqualTo(TS::Seconds(60)));
-
+    EXPECT_TRUE(TS(0LL).IsNull() && TS(1LL).IsPositive() && TS(-1LL).IsNegative());
+    EXPECT_FALSE(TS(0LL).IsPositive() || TS(0LL).IsNegative() || TS(-1LL).IsNull());
     EXPECT_TRUE(TS::Hours(-2).IsLongerThan(TS::Hour()));
     EXPECT_FALSE(TS::Hour().IsLongerThan(TS::Hours(-1)));
     EXPECT_TRUE(TS::Hour().IsShorterThan(TS::Hours(-1)));  // equal magnitude counts as shorter
     EXPECT_TRUE(TS(LLONG_MIN).IsLongerThan(TS(LLONG_MAX)));
-
     // operator! is true when the span is NOT zero.
     EXPECT_FALSE(!TS(0LL));
-    EXPECT_TRUE(!TS::Minute());
-    EXPECT_TRUE(!TS(-1LL));
+    EXPECT_TRUE(!TS::Minute() && !TS(-1LL));
 }
 
 TEST(TimeSpan, FormatFieldsAreTotals) {
-    struct Case {
-        TS span;
-        const wchar_t *format;
-        const wchar_t *expected;
-    } cases[] = {
+    struct { TS span; const wchar_t *format, *expected; } cases[] = {
         {TS(1, 1, 0, 0), L"%H:%M:%S", L"01:61:3660"},
         {TS::Hours(36), L"%D days", L"1 days"},
         {TS::Days(15), L"%E week(s), %D days", L"2 week(s), 15 days"},
@@ -138,11 +104,8 @@ TEST(TimeSpan, FormatDiagnostics) {
     DiagCapture diag;
     EXPECT_STREQ(TS::Hour().Format(L"[%Q]").GetString(), L"[Q]");
     ASSERT_EQ(diag.count(), 1u);
-    auto r = diag.records()[0];
-    EXPECT_EQ(r.kind, 0);
-    EXPECT_EQ(r.message, L"invalid format character");
-    EXPECT_EQ(r.source, L"time/KrTimeSpan");
-
+    EXPECT_EQ(diag.assertionsContaining(L"invalid format character"), 1u);
+    EXPECT_EQ(diag.records()[0].source, L"time/KrTimeSpan");
     diag.clear();
     EXPECT_STREQ(TS::Hour().Format(nullptr).GetString(), L"");
     EXPECT_STREQ(TS::Hour().Format(L"").GetString(), L"");
