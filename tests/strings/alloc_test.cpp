@@ -25,9 +25,8 @@ bool allZero(void const *p, size_t n) {
 TEST(Alloc, AlignmentSizeAndZeroFill) {
     EXPECT_EQ(CKrAlloc::Alloc(0, 0, 16), nullptr);
     EXPECT_EQ(CKrAlloc::Alloc(0, SIZE_MAX - 8, 16), nullptr);
-    struct Case {
-        size_t size, alignment, expectAlign;
-    } const cases[] = {{1, 16, 16}, {100, 64, 64}, {3, 4096, 4096}, {10, 0, 16}, {10, 3, 16}, {10, 48, 64}};
+    struct Case { size_t size, alignment, expectAlign; } const cases[] = {
+        {1, 16, 16}, {100, 64, 64}, {3, 4096, 4096}, {10, 0, 16}, {10, 3, 16}, {10, 48, 64}};
     for (auto const &c : cases) {
         void *p = CKrAlloc::Alloc(CKrAlloc::kZeroFill, c.size, c.alignment);
         ASSERT_NE(p, nullptr);
@@ -45,6 +44,11 @@ TEST(Alloc, ReAllocKeepsContentsAndZeroFillsGrowth) {
     auto *p = static_cast<unsigned char *>(CKrAlloc::ReAlloc(nullptr, 8, 0));
     ASSERT_NE(p, nullptr);
     for (int i = 0; i < 8; ++i) p[i] = static_cast<unsigned char>(i + 1);
+    // Leave dirty memory of the same size behind, which malloc is likely to hand out next:
+    // otherwise fresh pages would be zero anyway and hide a missing zero-fill.
+    void *dirty = CKrAlloc::Alloc(0, 1000, 64);
+    std::memset(dirty, 0xCD, 1000);
+    CKrAlloc::Free(dirty);
     p = static_cast<unsigned char *>(CKrAlloc::ReAlloc(p, 1000, CKrAlloc::kZeroFill, 64));
     ASSERT_NE(p, nullptr);
     EXPECT_TRUE(aligned(p, 64));
@@ -58,11 +62,10 @@ TEST(Alloc, ReAllocKeepsContentsAndZeroFillsGrowth) {
     EXPECT_EQ(CKrAlloc::ReAlloc(p, 0, 0), nullptr);  // frees
     EXPECT_EQ(CKrAlloc::ReAlloc(nullptr, 0, 0), nullptr);
 
-    void *q = CKrAlloc::Alloc(0, 16);
+    void *q = CKrAlloc::Alloc(0, 16), *r = CKrAlloc::Alloc(0, 16);
     CKrAlloc::FreeAndSetNull(q);
-    EXPECT_EQ(q, nullptr);
-    void *r = CKrAlloc::Alloc(0, 16);
     CKrAlloc::FreeAndSetNull(&r);
+    EXPECT_EQ(q, nullptr);
     EXPECT_EQ(r, nullptr);
     CKrAlloc::FreeAndSetNull(static_cast<void **>(nullptr));
 }
@@ -87,7 +90,8 @@ TEST(Alloc, TakenSharedPointerDataIsReleasedNotFreed) {
     std::shared_ptr<void> sp2(new char[8], deleter);
     std::memset(sp2.get(), 0x5A, 8);
     ASSERT_TRUE(CKrAlloc::addTakenSmartPointerDataRef(sp2));
-    auto *fresh = static_cast<unsigned char *>(CKrAlloc::ReAlloc(sp2.get(), 8, CKrAlloc::kZeroFill));
+    auto *fresh =
+        static_cast<unsigned char *>(CKrAlloc::ReAlloc(sp2.get(), 8, CKrAlloc::kZeroFill));
     ASSERT_NE(fresh, nullptr);
     EXPECT_NE(static_cast<void *>(fresh), sp2.get());
     EXPECT_TRUE(allZero(fresh, 8));
@@ -130,13 +134,10 @@ TEST(Alloc, RegistryUnderConcurrentUse) {
     EXPECT_EQ(deleted.load(), kThreads * kPerThread);
 }
 
-TEST(Alloc, MemoryStatusAndConstantChecks) {
+TEST(Alloc, MemoryStatus) {
     const size_t total = CKrAlloc::TotalPhysMemory();
     const size_t available = CKrAlloc::TotalFreeMemory();
     EXPECT_GT(total, size_t(16) << 20);
     EXPECT_GT(available, 0u);
     EXPECT_LE(available, total);
-    EXPECT_FALSE(CKrAlloc::IsBadPtr(nullptr, 10));
-    EXPECT_EQ(CKrAlloc::CheckAllMemory(), 1u);
-    EXPECT_EQ(CKrAlloc::CheckAllMemoryInAllHeaps(), 1u);
 }

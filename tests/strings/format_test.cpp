@@ -6,20 +6,15 @@
 #include <locale>
 #include <string>
 
+#include "Rows.h"
 #include "strings/CKrStringA.h"
 #include "strings/CKrStringW.h"
 
 namespace {
 
-CKrStringA &formatVA(CKrStringA &s, char const *fmt, ...) {
-    va_list args;
-    va_start(args, fmt);
-    s.FormatV(fmt, args);
-    va_end(args);
-    return s;
-}
-
-CKrStringW &formatVW(CKrStringW &s, wchar_t const *fmt, ...) {
+// FormatV of either width on a copy of `s`, with a real va_list.
+template <class S, class C>
+S formatV(S s, C const *fmt, ...) {
     va_list args;
     va_start(args, fmt);
     s.FormatV(fmt, args);
@@ -33,26 +28,16 @@ struct CommaDecimal : std::numpunct<char> {
 
 }  // namespace
 
-TEST(FormatA, ReplacesAppendsAndTakesArgumentLists) {
-    CKrStringA s("old");
-    s.Format("%d-%s-%.2f-%c", 42, "x", 1.5, 'z');
-    EXPECT_EQ(s.GetStdString(), "42-x-1.50-z");
-    s.AppendFormat("|%05d", 7);
-    EXPECT_EQ(s.GetStdString(), "42-x-1.50-z|00007");
-    formatVA(s, "%s=%u", "n", 3u);
-    EXPECT_EQ(s.GetStdString(), "n=3");
-    s.Format("%I64d %lld", static_cast<long long>(-1) << 40, 5LL);
-    EXPECT_EQ(s.GetStdString(), "-1099511627776 5");
-    s.Format("%S", L"wide");  // %S takes a wide string in an 8-bit format
-    EXPECT_EQ(s.GetStdString(), "wide");
-    s.Format(nullptr);
-    EXPECT_TRUE(s.IsEmpty());
-    s = "keep";
-    s.AppendFormat("");
-    EXPECT_EQ(s.GetStdString(), "keep");
-}
+TEST(FormatA, ReplacesAppendsTakesArgumentListsAndHasNoLengthLimit) {
+    using A = CKrStringA;
+    expectRows({SROW(A("old").Format("%d-%s-%.2f-%c", 42, "x", 1.5, 'z'), "42-x-1.50-z"),
+                SROW(A("z").AppendFormat("|%05d", 7), "z|00007"),
+                SROW(formatV(A("old"), "%s=%u", "n", 3u), "n=3"),
+                SROW(A().Format("%I64d %lld", -(1LL << 40), 5LL), "-1099511627776 5"),
+                SROW(A().Format("%S", L"wide"), "wide"),  // %S: a wide string in an 8-bit format
+                SROW(A("old").Format(nullptr), ""), SROW(A("keep").AppendFormat(""), "keep")});
 
-TEST(FormatA, NoLengthLimitAndOwnContentsAsArgument) {
+    // No length limit, and the string's own contents may be an argument.
     const std::string big(100000, 'q');
     CKrStringA s;
     s.Format("<%s>", big.c_str());
@@ -66,26 +51,16 @@ TEST(FormatA, NoLengthLimitAndOwnContentsAsArgument) {
     EXPECT_EQ(self.GetStdString(), "ab|abab|ab");
 }
 
-TEST(FormatA, FormatterFailureLeavesThePreviousContents) {
-    // A wide argument that the "C" locale cannot represent makes the formatter fail.
-    const wchar_t bad[] = {0xD800, 0};
-    CKrStringA s("previous");
-    s.Format("%ls", bad);
-    EXPECT_EQ(s.GetStdString(), "previous");
-    s.AppendFormat("%ls", bad);
-    EXPECT_EQ(s.GetStdString(), "previous");
-}
-
-TEST(FormatW, WindowsWideConventions) {
-    CKrStringW s;
-    s.Format(L"%s|%hs|%c|%d", L"w\u00e9", "n", L'\u4e2d', -3);
-    EXPECT_EQ(s.GetStdString(), L"w\u00e9|n|\u4e2d|-3");
-    s.AppendFormat(L"%ls%S", L"+", "x");
-    EXPECT_EQ(s.GetStdString(), L"w\u00e9|n|\u4e2d|-3+x");
-    formatVW(s, L"%I64u/%s", static_cast<unsigned long long>(1) << 33, L"v");
-    EXPECT_EQ(s.GetStdString(), L"8589934592/v");
+TEST(FormatW, WindowsWideConventionsAndNoLengthLimit) {
+    using W = CKrStringW;
+    expectRows({SROW(W().Format(L"%s|%hs|%c|%d", L"w\u00e9", "n", L'\u4e2d', -3),
+                     L"w\u00e9|n|\u4e2d|-3"),
+                SROW(W(L"-3").AppendFormat(L"%ls%S", L"+", "x"), L"-3+x"),
+                SROW(formatV(W(L"old"), L"%I64u/%s", 1ULL << 33, L"v"), L"8589934592/v"),
+                SROW(W(L"old").Format(nullptr), L"")});
 
     const std::wstring big(70000, L'\u00e9');
+    CKrStringW s;
     s.Format(L"%s.", big.c_str());
     EXPECT_EQ(s.GetLength(), big.size() + 1);
     EXPECT_EQ(s.GetLastChar(), L'.');
@@ -93,21 +68,25 @@ TEST(FormatW, WindowsWideConventions) {
     CKrStringW self(L"ab");
     self.AppendFormat(L"-%s", self.GetString());
     EXPECT_EQ(self.GetStdString(), L"ab-ab");
-    self.Format(nullptr);
-    EXPECT_TRUE(self.IsEmpty());
 }
 
-TEST(FormatW, FormatterFailureLeavesThePreviousContents) {
-    // Bytes that are not text in the "C" locale cannot be widened by "%hs".
-    CKrStringW s(L"previous");
-    s.Format(L"%hs", "\xFF\xFE");
-    EXPECT_EQ(s.GetStdString(), L"previous");
-    s.AppendFormat(L"%hs", "\xFF\xFE");
-    EXPECT_EQ(s.GetStdString(), L"previous");
+TEST(FormatBoth, FormatterFailureLeavesThePreviousContents) {
+    // A wide argument that the "C" locale cannot represent, or bytes that are not text there,
+    // make the formatter fail.
+    const wchar_t bad[] = {0xD800, 0};
+    CKrStringA a("previous");
+    a.Format("%ls", bad);
+    a.AppendFormat("%ls", bad);
+    EXPECT_EQ(a.GetStdString(), "previous");
+    CKrStringW w(L"previous");
+    w.Format(L"%hs", "\xFF\xFE");
+    w.AppendFormat(L"%hs", "\xFF\xFE");
+    EXPECT_EQ(w.GetStdString(), L"previous");
 }
 
 TEST(FormatBoth, AddDoubleIgnoresTheGlobalLocale) {
-    std::locale previous = std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));
+    const std::locale comma(std::locale::classic(), new CommaDecimal);
+    const std::locale previous = std::locale::global(comma);
     CKrStringA a;
     a.AddDouble(1.25, 2);
     CKrStringW w;

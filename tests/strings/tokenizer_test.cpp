@@ -2,74 +2,51 @@
 // delimiter that GetNextToken never yields.
 #include <gtest/gtest.h>
 
+#include <cwchar>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "strings/CKrStringTokenizer.h"
 
 namespace {
+using Tokens = std::vector<std::wstring>;
 
-std::vector<std::wstring> sequential(CKrStringTokenizer &t) {
-    std::vector<std::wstring> out;
+Tokens sequential(CKrStringTokenizer &t) {
+    Tokens out;
     while (t.HasMoreTokens()) out.push_back(t.GetNextToken().GetStdString());
     return out;
 }
-
 }  // namespace
 
-TEST(Tokenizer, AdjacentDelimitersGiveEmptyTokens) {
-    CKrStringTokenizer t(L"a,,b", L",");
-    EXPECT_EQ(t.Size(), 3);
-    EXPECT_EQ(sequential(t), (std::vector<std::wstring>{L"a", L"", L"b"}));
-    EXPECT_EQ(t.GetPosition(), 4u);
-}
-
-TEST(Tokenizer, TrailingDelimiterCountedButNotYielded) {
-    CKrStringTokenizer t(L"a,b,", L",");
-    EXPECT_EQ(t.GetNextToken().GetStdString(), L"a");
-    EXPECT_EQ(t.GetNextToken().GetStdString(), L"b");
-    EXPECT_FALSE(t.HasMoreTokens());
-    EXPECT_EQ(t.Size(), 3);
-    EXPECT_EQ(t.GetToken(2).GetStdString(), L"");
-    // Past the end: empty token, position stays at the length.
-    EXPECT_EQ(t.GetNextToken().GetStdString(), L"");
-    EXPECT_EQ(t.GetPosition(), 4u);
-}
-
-TEST(Tokenizer, EveryCharacterOfTheSetDelimits) {
-    CKrStringTokenizer t(L"k=v;x=y", L"=;");
-    EXPECT_EQ(t.Size(), 4);
-    EXPECT_EQ(sequential(t), (std::vector<std::wstring>{L"k", L"v", L"x", L"y"}));
-    // A leading delimiter gives a leading empty token.
-    CKrStringTokenizer lead(L";a", L";");
-    EXPECT_EQ(sequential(lead), (std::vector<std::wstring>{L"", L"a"}));
-}
-
-TEST(Tokenizer, IndexedAccessMatchesSequentialAndKeepsPosition) {
-    CKrStringTokenizer t(L"one two  three", L" ");
-    EXPECT_EQ(t.GetNextToken().GetStdString(), L"one");
-    const size_t pos = t.GetPosition();
-    EXPECT_EQ(t.GetToken(0).GetStdString(), L"one");
-    EXPECT_EQ(t.GetToken(1).GetStdString(), L"two");
-    EXPECT_EQ(t.GetToken(2).GetStdString(), L"");
-    EXPECT_EQ(t.GetToken(3).GetStdString(), L"three");
-    EXPECT_EQ(t.GetToken(4).GetStdString(), L"");
-    EXPECT_EQ(t.GetToken(-1).GetStdString(), L"");
-    EXPECT_EQ(t.GetPosition(), pos);
-}
-
-TEST(Tokenizer, EmptyTextNullPointersAndNoDelimiters) {
-    CKrStringTokenizer empty(L"", L",");
-    EXPECT_EQ(empty.Size(), 0);
-    EXPECT_FALSE(empty.HasMoreTokens());
-    EXPECT_EQ(empty.GetToken(0).GetStdString(), L"");
-    CKrStringTokenizer nulls(nullptr, nullptr);
-    EXPECT_EQ(nulls.Size(), 0);
-    EXPECT_EQ(nulls.GetNextToken().GetStdString(), L"");
-    CKrStringTokenizer whole(L"a,b", nullptr);
-    EXPECT_EQ(whole.Size(), 1);
-    EXPECT_EQ(whole.GetToken(0).GetStdString(), L"a,b");
-    EXPECT_EQ(sequential(whole), (std::vector<std::wstring>{L"a,b"}));
+TEST(Tokenizer, SequentialIndexedAndSizeAgree) {
+    struct Case { wchar_t const *text, *delimiters; int size; Tokens tokens; } const cases[] = {
+        {L"a,,b", L",", 3, {L"a", L"", L"b"}},          // adjacent delimiters: an empty token
+        {L"one two  three", L" ", 4, {L"one", L"two", L"", L"three"}},
+        {L"a,b,", L",", 3, {L"a", L"b"}},               // trailing delimiter: counted, not yielded
+        {L"k=v;x=y", L"=;", 4, {L"k", L"v", L"x", L"y"}},  // every character of the set delimits
+        {L";a", L";", 2, {L"", L"a"}},                   // a leading delimiter: an empty token
+        {L"a,b", nullptr, 1, {L"a,b"}},
+        {L"", L",", 0, {}}, {nullptr, nullptr, 0, {}},
+    };
+    for (auto const &c : cases) {
+        SCOPED_TRACE(c.text ? c.text : L"(null)");
+        CKrStringTokenizer t(c.text, c.delimiters);
+        EXPECT_EQ(t.Size(), c.size);
+        // Indexed: the same tokens, then empty ones (also past a trailing delimiter).  Asking by
+        // index never moves the position, before or after the sequential run.
+        const int n = static_cast<int>(c.tokens.size());
+        for (int i = -1; i <= n; ++i) {
+            EXPECT_EQ(t.GetToken(i).GetStdString(), i >= 0 && i < n ? c.tokens[size_t(i)] : L"");
+        }
+        EXPECT_EQ(sequential(t), c.tokens);
+        const size_t length = c.text ? std::wcslen(c.text) : 0;
+        EXPECT_EQ(t.GetPosition(), length);
+        t.GetToken(0);
+        EXPECT_EQ(t.GetPosition(), length);
+        EXPECT_EQ(t.GetNextToken().GetStdString(), L"");  // past the end
+        EXPECT_EQ(t.GetPosition(), length);
+    }
 }
 
 TEST(Tokenizer, CopiesAndMovesCarryThePosition) {
@@ -80,7 +57,7 @@ TEST(Tokenizer, CopiesAndMovesCarryThePosition) {
     EXPECT_EQ(copy.GetNextToken().GetStdString(), L"b");
     EXPECT_EQ(moved.GetNextToken().GetStdString(), L"b");
     // The source of a move is still usable: the move copies.
-    EXPECT_EQ(t.GetNextToken().GetStdString(), L"b");
+    EXPECT_EQ(t.GetNextToken().GetStdString(), L"b");  // NOLINT(bugprone-use-after-move)
     CKrStringTokenizer assigned(L"", L"");
     assigned = copy;
     EXPECT_EQ(assigned.GetNextToken().GetStdString(), L"c");
