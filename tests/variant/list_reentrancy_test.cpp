@@ -11,39 +11,14 @@ namespace {
 CKrList *g_list = nullptr;
 std::vector<void *> g_seen;
 void *g_target = nullptr;
+int (*g_action)(void *) = nullptr;
 
-int deleteCurrent(void *item) {
+int isTarget(void *item) { return item == g_target; }
+
+// The callback of every walk: records the item, then runs the row's action.
+int record(void *item) {
     g_seen.push_back(item);
-    return !g_list->DeleteNode(g_list->Find(item));  // non-zero would stop the walk
-}
-int deleteNext(void *item) {
-    g_seen.push_back(item);
-    if (CKrList::CKrNode *next = g_list->Find(item)->GetNext()) g_list->DeleteNode(next);
-    return 0;
-}
-int clearAtTarget(void *item) {
-    g_seen.push_back(item);
-    if (item == g_target) g_list->Clear();
-    return 0;
-}
-int appendWhileShort(void *item) {
-    g_seen.push_back(item);
-    if (g_list->GetCount() < 6) g_list->Append(item);
-    return 0;
-}
-int isTarget(void *item) {
-    g_seen.push_back(item);
-    return item == g_target;
-}
-// A nested walk, a lookup and an insertion behind a forward walk (not visited).
-int nestedCalls(void *item) {
-    const size_t seen = g_seen.size();
-    EXPECT_EQ(g_list->FirstThat(&isTarget), g_target);
-    g_seen.resize(seen);
-    g_seen.push_back(item);
-    EXPECT_GE(g_list->IndexOf(item), 0);
-    g_list->Insert(0u, item);
-    return 0;
+    return g_action(item);
 }
 
 }  // namespace
@@ -53,20 +28,39 @@ TEST(KrListReentrancy, CallbacksChangingTheListDuringAWalk) {
     struct Case {
         const char *what;
         char walk;  // 'F'irstThat, 'L'astThat, for'E'ach
-        int (*fn)(void *);
+        int (*action)(void *);
         unsigned int size;
         std::vector<int> seen;  // indexes into the pool
         unsigned int countAfter;
+        bool returnsTarget = false;
     } cases[] = {
-        {"first hit stops", 'F', &isTarget, 4, {0, 1}, 4},
-        {"last hit stops", 'L', &isTarget, 4, {3, 2, 1}, 4},
+        {"first hit stops", 'F', &isTarget, 4, {0, 1}, 4, true},
+        {"last hit stops", 'L', &isTarget, 4, {3, 2, 1}, 4, true},
         {"results ignored", 'E', &isTarget, 3, {0, 1, 2}, 3},
-        {"delete own node", 'F', &deleteCurrent, 4, {0, 1, 2, 3}, 0},
-        {"delete own node backwards", 'L', &deleteCurrent, 3, {2, 1, 0}, 0},
-        {"delete the next node", 'E', &deleteNext, 5, {0, 2, 4}, 3},
-        {"clear midway", 'F', &clearAtTarget, 3, {0, 1}, 0},
-        {"append ahead of the walk", 'E', &appendWhileShort, 2, {0, 1, 0, 1, 0, 1}, 6},
-        {"nested walk and insert", 'F', &nestedCalls, 3, {0, 1, 2}, 6},
+        {"delete own node", 'F', [](void *i) { return int(!g_list->DeleteNode(g_list->Find(i))); },
+         4, {0, 1, 2, 3}, 0},  // non-zero would stop the walk
+        {"delete own node backwards", 'L',
+         [](void *i) { return int(!g_list->DeleteNode(g_list->Find(i))); }, 3, {2, 1, 0}, 0},
+        {"delete the next node", 'E',
+         [](void *i) {
+             if (auto *next = g_list->Find(i)->GetNext()) g_list->DeleteNode(next);
+             return 0;
+         },
+         5, {0, 2, 4}, 3},
+        {"clear midway", 'F', [](void *i) { if (i == g_target) g_list->Clear(); return 0; }, 3,
+         {0, 1}, 0},
+        {"append ahead of the walk", 'E',
+         [](void *i) { if (g_list->GetCount() < 6) g_list->Append(i); return 0; }, 2,
+         {0, 1, 0, 1, 0, 1}, 6},
+        // A nested walk, a lookup and an insertion behind a forward walk (not visited).
+        {"nested walk and insert", 'F',
+         [](void *i) {
+             EXPECT_EQ(g_list->FirstThat(&isTarget), g_target);
+             EXPECT_GE(g_list->IndexOf(i), 0);
+             g_list->Insert(0u, i);
+             return 0;
+         },
+         3, {0, 1, 2}, 6},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
@@ -74,15 +68,16 @@ TEST(KrListReentrancy, CallbacksChangingTheListDuringAWalk) {
         for (unsigned int i = 0; i < c.size; ++i) list.Append(p[static_cast<int>(i)]);
         g_list = &list;
         g_target = p[1];
+        g_action = c.action;
         g_seen.clear();
         void *result = nullptr;
         RunBounded([&] {
             if (c.walk == 'E')
-                list.ForEach(c.fn);
+                list.ForEach(&record);
             else
-                result = c.walk == 'L' ? list.LastThat(c.fn) : list.FirstThat(c.fn);
+                result = c.walk == 'L' ? list.LastThat(&record) : list.FirstThat(&record);
         });
-        EXPECT_EQ(result, c.fn == &isTarget && c.walk != 'E' ? p[1] : nullptr);
+        EXPECT_EQ(result, c.returnsTarget ? p[1] : nullptr);
         std::vector<void *> expected;
         for (int i : c.seen) expected.push_back(p[i]);
         EXPECT_EQ(g_seen, expected);

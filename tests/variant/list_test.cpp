@@ -22,91 +22,67 @@ TEST(KrList, ConstructorsKeepOrderAndStopAtFirstNull) {
 }
 
 TEST(KrList, MisuseIsReportedAndFallsBack) {
+    struct F {  // fresh for each row: an unkeyed list {p0, p1} and an empty int-keyed list
+        ItemPool p;
+        CKrList l{p[0], p[1], nullptr}, k{krKEY_INT};
+    };
+    const wchar_t *badIndex = L"Error: Invalid index in CKrList::GetNth()";
     struct Case {
         const char *what;
-        std::function<bool(ItemPool &)> fallbackHolds;
+        bool (*fallbackHolds)(F &f);
         const wchar_t *condition, *message;
     } cases[] = {
-        {"append without key",
-         [](ItemPool &p) {
-             CKrList l(krKEY_INT);
-             return !l.Append(p[0]) && !l.GetCount();
-         },
-         L"m_keyType != krKEY_NONE", L"Error: Need a key for the object to append!"},
-        {"insert without key",
-         [](ItemPool &p) {
-             CKrList l(krKEY_STRING);
-             return !l.Insert(p[0]) && !l.GetCount();
-         },
-         L"m_keyType != krKEY_NONE", L"Error: Need a key for the object to insert."},
+        {"append without key", [](F &f) { return !f.k.Append(f.p[0]); }, L"m_keyType != krKEY_NONE",
+         L"Error: Need a key for the object to append!"},
+        {"insert without key", [](F &f) { return !f.k.Insert(f.p[0]); }, L"m_keyType != krKEY_NONE",
+         L"Error: Need a key for the object to insert."},
         {"insert before foreign node",
-         [](ItemPool &p) {
-             CKrList a(p[0], nullptr), b(p[1], nullptr);
-             return !a.Insert(b.GetFirst(), p[2]) && a.GetCount() == 1;
+         [](F &f) {
+             return !f.l.Insert(CKrList(f.p[3], nullptr).GetFirst(), f.p[2]) && f.l.GetCount() == 2;
          },
          L"position && position->m_list != this",
          L"Error: Can't insert before a node from another list."},
-        {"detach null",
-         [](ItemPool &p) {
-             CKrList l(p[0], nullptr);
-             return !l.DeleteNode(nullptr) && l.GetCount() == 1;
-         },
-         L"!node", L"Error: Detaching NULL CKrNode."},
+        {"detach null", [](F &f) { return !f.l.DeleteNode(nullptr); }, L"!node",
+         L"Error: Detaching NULL CKrNode."},
         {"detach twice",
-         [](ItemPool &p) {
-             CKrList l(p[0], p[1], nullptr);
-             Node *n = l.DetachNode(l.GetFirst());
-             const bool ok = n && !l.DetachNode(n) && n->GetList() == nullptr && l.GetCount() == 1;
-             delete n;  // the caller owns it now; the list is not touched
-             return ok && ListIsConsistent(l);
+         [](F &f) {
+             std::unique_ptr<Node> n(f.l.DetachNode(f.l.GetFirst()));  // the caller owns it now
+             return n && !f.l.DetachNode(n.get()) && !n->GetList() && f.l.GetCount() == 1;
          },
          L"node->m_list != this", L"Error: Detaching node which is not from this list."},
-        {"index out of range",
-         [](ItemPool &p) {
-             CKrList l(p[0], nullptr);
-             return !l.GetNth(1);
-         },
-         L"true", L"Error: Invalid index in CKrList::GetNth()"},
+        {"index out of range", [](F &f) { return !f.l.GetNth(2); }, L"true", badIndex},
         {"insert beyond the count goes to the head",
-         [](ItemPool &p) {
-             CKrList l(p[0], nullptr);
-             return l.Insert(6, p[1]) == l.GetFirst() && l.GetCount() == 2;
-         },
-         L"true", L"Error: Invalid index in CKrList::GetNth()"},
+         [](F &f) { return f.l.Insert(6, f.p[2]) == f.l.GetFirst(); }, L"true", badIndex},
         {"detached node index",
-         [](ItemPool &p) {
-             CKrList l(p[0], nullptr);
-             std::unique_ptr<Node> n(l.DetachNode(l.GetFirst()));
-             return n->IndexOf() == -9;
+         [](F &f) {
+             return std::unique_ptr<Node>(f.l.DetachNode(f.l.GetFirst()))->IndexOf() == -9;
          },
          L"!m_list", L"Node doesn't belong to a list in IndexOf()"},
-        {"key type of a non-empty list",
-         [](ItemPool &p) {
-             CKrList l(p[0], nullptr);
-             l.SetKeyType(krKEY_INT);
-             return l.GetKeyType() == krKEY_INT;
-         },
+        {"key type of a non-empty list",  // changed all the same
+         [](F &f) { return f.l.SetKeyType(krKEY_INT), f.l.GetKeyType() == krKEY_INT; },
          L"m_count != 0", L""},
-        {"find with a foreign key type", [](ItemPool &) { return !CKrList(krKEY_INT).Find(L"x"); },
+        {"find with a foreign key type", [](F &f) { return !f.k.Find(L"x"); },
          L"m_keyType != key.GetKeyType()",
          L"Error: This list is not keyed on the type of this key."},
         {"set key of another type",
-         [](ItemPool &) {
-             Key k(5);
-             k.SetKey(Key(L"5"));
-             return k.GetKeyType() == krKEY_INT && k.GetIntValue() == 5;
+         [](F &) {
+             Key key(5);
+             key.SetKey(Key(L"5"));
+             return key.GetKeyType() == krKEY_INT && key.GetIntValue() == 5;
          },
          L"m_keyType != value.m_keyType", L"Error: Key type mismatch."},
-        {"compare unkeyed keys", [](ItemPool &) { return !(Key() == Key()); }, L"true",
+        {"compare unkeyed keys", [](F &) { return !(Key() == Key()); }, L"true",
          L"Error: Bad key type."},
-        {"null callback", [](ItemPool &p) { return !CKrList(p[0], nullptr).FirstThat(nullptr); },
-         L"!visit", L"Error: NULL callback."},
+        {"null callback", [](F &f) { return !f.l.FirstThat(nullptr); }, L"!visit",
+         L"Error: NULL callback."},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
-        ItemPool p;
+        F f;
         DiagCapture diag;
-        EXPECT_TRUE(c.fallbackHolds(p));
+        EXPECT_TRUE(c.fallbackHolds(f));
+        EXPECT_TRUE(ListIsConsistent(f.l));
+        EXPECT_EQ(f.k.GetCount(), 0u);
         auto records = diag.records();
         ASSERT_EQ(records.size(), 1u);
         EXPECT_EQ(records[0].kind, 0);
@@ -141,8 +117,7 @@ TEST(KrList, KeysCompareExactlyAndFindReturnsFirstMatch) {
 
     // An empty key never matches, not even in an unkeyed list: one report per node.
     diag.clear();
-    CKrList plain(p[0], p[1], nullptr);
-    EXPECT_EQ(plain.Find(Key()), nullptr);
+    EXPECT_EQ(CKrList(p[0], p[1], nullptr).Find(Key()), nullptr);
     EXPECT_EQ(diag.assertionsContaining(L"Error: Bad key type."), 2u);
 }
 
@@ -158,8 +133,7 @@ TEST(KrList, NodeOwnershipAndCopies) {
         copy.GetItemRef() = p[5];
         EXPECT_EQ(list[0], p[0]);
     }
-    Node loose(nullptr, nullptr, nullptr, p[7], Key());
-    *list.GetLast() = loose;  // replaces the payload, keeps the place
+    *list.GetLast() = Node(nullptr, nullptr, nullptr, p[7], Key());  // new payload, same place
     EXPECT_EQ(Items(list), (std::vector<void *>{p[0], p[7]}));
     EXPECT_TRUE(ListIsConsistent(list));
 

@@ -1,16 +1,14 @@
-// Shared helpers of the keyed-list tests.
+// Shared helpers of the keyed-list tests and the threaded variant tests.
 #ifndef ORVIK_TESTS_VARIANT_LIST_TEST_UTIL_H
 #define ORVIK_TESTS_VARIANT_LIST_TEST_UTIL_H
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <memory>
-#include <mutex>
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -47,27 +45,24 @@ struct ItemPool {
 // Runs `body` on its own thread and waits at most `seconds`.  A deadlock then ends the test
 // program with a message instead of hanging it (the stuck thread cannot be stopped).
 inline void RunBounded(std::function<void()> body, int seconds = 30) {
-    struct State {
-        std::mutex lock;
-        std::condition_variable done;
-        bool finished = false;
-    };
-    auto state = std::make_shared<State>();
-    std::thread worker([state, body = std::move(body)] {
-        body();
-        std::lock_guard<std::mutex> guard(state->lock);
-        state->finished = true;
-        state->done.notify_all();
-    });
-    std::unique_lock<std::mutex> guard(state->lock);
-    if (!state->done.wait_for(guard, std::chrono::seconds(seconds),
-                              [&] { return state->finished; })) {
-        std::fprintf(stderr, "FATAL: list test did not finish within %d s (deadlock?)\n", seconds);
+    std::future<void> done = std::async(std::launch::async, std::move(body));
+    if (done.wait_for(std::chrono::seconds(seconds)) != std::future_status::ready) {
+        std::fprintf(stderr, "FATAL: test did not finish within %d s (deadlock?)\n", seconds);
         std::fflush(nullptr);
         std::_Exit(1);
     }
-    guard.unlock();
-    worker.join();
+    done.get();
+}
+
+// Starts `n` threads running body(t) and joins them, all within the time bound.
+inline void RunThreads(int n, const std::function<void(int)> &body, int seconds = 30) {
+    RunBounded(
+        [&] {
+            std::vector<std::thread> threads;
+            for (int t = 0; t < n; ++t) threads.emplace_back(body, t);
+            for (auto &th : threads) th.join();
+        },
+        seconds);
 }
 
 #endif

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <thread>
 
 #include "list_test_util.h"
 #include "variant/CKrList.h"
@@ -17,15 +16,6 @@ int visit(void *) { return 0; }
 int ascending(void *a, void *b) {
     const int x = **static_cast<int **>(a), y = **static_cast<int **>(b);
     return (x > y) - (x < y);
-}
-
-// Starts `n` threads running body(t) and joins them, all within the time bound.
-void RunThreads(int n, const std::function<void(int)> &body) {
-    RunBounded([&] {
-        std::vector<std::thread> threads;
-        for (int t = 0; t < n; ++t) threads.emplace_back(body, t);
-        for (auto &th : threads) th.join();
-    });
 }
 
 }  // namespace

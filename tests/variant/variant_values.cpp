@@ -1,10 +1,12 @@
-// Values of the variant: holders and their text forms, names, type change, assignment,
-// comparison and the converting getters.
+// Values of the variant: holders and their text forms, names, misuse reports, type change,
+// assignment, comparison and the converting getters.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 #include "common/DiagCapture.h"
 #include "variant/CKrVariant.h"
@@ -12,7 +14,8 @@
 namespace {
 
 // The single assertion recorded by `diag`, checked for source, condition and message.
-void expectOneAssert(DiagCapture const &diag, std::wstring const &condition, std::wstring const &message) {
+void expectOneAssert(DiagCapture const &diag, std::wstring const &condition,
+                     std::wstring const &message) {
     auto records = diag.records();
     ASSERT_EQ(records.size(), 1u) << "expected exactly one diagnostic";
     EXPECT_EQ(records[0].kind, 0);
@@ -22,21 +25,37 @@ void expectOneAssert(DiagCapture const &diag, std::wstring const &condition, std
 }
 
 std::wstring text(CKrVariant const &v) { return v.GetCKrStringW().GetStdString(); }
+std::wstring runType(CKrVariant const &v) {
+    return CKrStringW(v.GetRunType().GetName().GetString()).GetStdString();
+}
+
+// Feeds texts one after another to the same holder; each row gives the text it writes then,
+// into a reused string that must be replaced, never appended to.
+void expectReads(CKrVariantData &holder,
+                 std::initializer_list<std::pair<wchar_t const *, wchar_t const *>> rows) {
+    CKrStringW written(L"a long previous content of the string");
+    for (auto const &[in, out] : rows) {
+        holder.SetString(in);
+        holder.GetString(written);
+        EXPECT_EQ(written.GetStdString(), out) << "after reading " << (in ? in : L"(null)");
+    }
+}
+
+CKrVariantRunType const kPoint("RKrPoint");
 
 }  // namespace
 
 TEST(VariantHolders, TextFormsWrittenAndReadBack) {
+    int anchor = 0;
     struct Case {
         CKrVariant value;
-        wchar_t const *runType;
-        wchar_t const *written;
-    };
-    int anchor = 0;
-    Case cases[] = {
-        {CKrVariant(-42), L"kr_int32", L"-42"},
-        {CKrVariant(4000000000u), L"kr_uint32", L"4000000000"},
-        {CKrVariant(kr_int64(-9000000000LL)), L"kr_int64", L"-9000000000"},
-        {CKrVariant(kr_uint64(18000000000000000000ULL)), L"kr_uint64", L"18000000000000000000"},
+        wchar_t const *runType, *written;
+    } cases[] = {
+        {CKrVariant(INT_MIN), L"kr_int32", L"-2147483648"},
+        {CKrVariant(0), L"kr_int32", L"0"},
+        {CKrVariant(UINT_MAX), L"kr_uint32", L"4294967295"},
+        {CKrVariant(kr_int64(INT64_MIN)), L"kr_int64", L"-9223372036854775808"},
+        {CKrVariant(kr_uint64(UINT64_MAX)), L"kr_uint64", L"18446744073709551615"},
         {CKrVariant(2.5), L"double", L"2.500000000000000"},
         {CKrVariant(true), L"bool", L"true"},
         {CKrVariant(false), L"bool", L"false"},
@@ -46,7 +65,7 @@ TEST(VariantHolders, TextFormsWrittenAndReadBack) {
     };
     for (Case &c : cases) {
         SCOPED_TRACE(c.runType);
-        EXPECT_EQ(CKrStringW(c.value.GetRunType().GetName().GetString()).GetStdString(), c.runType);
+        EXPECT_EQ(runType(c.value), c.runType);
         bool ok = false;
         CKrStringW written = c.value.GetCKrStringW(&ok);
         EXPECT_TRUE(ok);
@@ -60,47 +79,21 @@ TEST(VariantHolders, TextFormsWrittenAndReadBack) {
         EXPECT_TRUE(back == c.value);
     }
     // %p: 16 upper-case hex digits that scan back to the same pointer.
-    void *p = reinterpret_cast<void *>(0xABCDEF0123456789ULL);
-    CKrStringW ptrText = CKrVariant(p).GetCKrStringW();
-    EXPECT_EQ(ptrText.GetStdString(), L"ABCDEF0123456789");
-    CKrVariantDataVoidPtr holder;
-    holder.SetString(ptrText);
-    EXPECT_EQ(holder.GetValue(), p);
+    CKrVariantDataVoidPtr holder(nullptr);
+    expectReads(holder, {{L"ABCDEF0123456789", L"ABCDEF0123456789"}});
+    EXPECT_EQ(holder.GetValue(), reinterpret_cast<void *>(0xABCDEF0123456789ULL));
 }
 
 TEST(VariantHolders, ParsingKeepsValueOnGarbageAndFollowsReadRules) {
     CKrVariantDataKr_int32 i(7);
-    EXPECT_TRUE(i.SetString(L"abc"));
-    EXPECT_EQ(i.GetValue(), 7);  // does not scan: unchanged
-    i.SetString(L"  -12xyz");
-    EXPECT_EQ(i.GetValue(), -12);
-    i.SetString(static_cast<wchar_t const *>(nullptr));
-    EXPECT_EQ(i.GetValue(), -12);
-
-    CKrVariantDataBool b;
-    struct {
-        wchar_t const *text;
-        bool expected;
-    } boolCases[] = {{L"TRUE", true}, {L"true", true}, {L"TrUe", true}, {L"yes", false}, {L"1", false}, {L"true ", false}};
-    for (auto &c : boolCases) {
-        b.SetValue(!c.expected);
-        b.SetString(c.text);
-        EXPECT_EQ(b.GetValue(), c.expected) << c.text;
-    }
-
+    expectReads(i, {{L"abc", L"7"}, {L"  -12xyz", L"-12"}, {nullptr, L"-12"}});
+    CKrVariantDataBool b;  // alternating results, so that "unchanged" cannot pass for "read"
+    expectReads(b, {{L"TRUE", L"true"}, {L"yes", L"false"}, {L"TrUe", L"true"}, {L"1", L"false"},
+                    {L"true", L"true"}, {L"true ", L"false"}});
     CKrVariantDataDouble d(1.0);
-    d.SetString(L"3.25");
-    EXPECT_EQ(d.GetValue(), 3.25);
-    d.SetString(L"\u0100");  // narrowed to '?': atof gives 0
-    EXPECT_EQ(d.GetValue(), 0.0);
+    expectReads(d, {{L"3.25", L"3.250000000000000"}, {L"\u0100", L"0.000000000000000"}});  // '?'
 
-    // A large double is written in full, not cut at a fixed buffer size.
-    CKrStringW big;
-    CKrVariantDataDouble(1e300).GetString(big);
-    EXPECT_GT(big.GetLength(), 300u);
-    EXPECT_EQ(big.GetStdString().substr(big.GetLength() - 16), L".000000000000000");
-
-    // Byte arrays: Base64 both ways; empty array gives no text and leaves the output alone.
+    // Byte arrays: Base64 both ways; an empty array gives no text and leaves the output alone.
     CKrVariantDataCKrByteArray bytes;
     CKrStringW out(L"untouched");
     EXPECT_FALSE(bytes.GetString(out));
@@ -114,41 +107,26 @@ TEST(VariantHolders, ParsingKeepsValueOnGarbageAndFollowsReadRules) {
 
 TEST(VariantHolders, GetValueCopyAcrossTypesReportsExactMessages) {
     struct Case {
-        CKrVariantData *source;
-        wchar_t const *message;
-    };
-    CKrVariantDataKr_int32 i32(5);
-    CKrVariantDataKr_uint32 u32(5);
-    CKrVariantDataKr_int64 i64(5);
-    CKrVariantDataKr_uint64 u64(5);
-    CKrVariantDataDouble dbl(5);
-    CKrVariantDataBool bl(true);
-    CKrVariantDataVoidPtr ptr(nullptr);
-    CKrVariantDataCKrStringW str(CKrStringW(L"x"));
-    CKrVariantDataCKrByteArray arr;
-    Case cases[] = {
-        {&i32, L"Error: CKrVariantDataKr_int32::GetValueCopy(), incompatible types!"},
-        {&u32, L"Error: CKrVariantDataKr_uint32::GetValueCopy, incompatible types!"},
-        {&i64, L"Error: CKrVariantDataKr_int64::GetValueCopy, incompatible types!"},
-        {&u64, L"Error: CKrVariantDataKr_uint64::GetValueCopy, incompatible types!"},
-        {&dbl, L"Error: CKrVariantDataDouble::GetValueCopy, incompatible types!"},
-        {&bl, L"Error: CKrVariantDataBool::GetValueCopy, incompatible types!"},
-        {&ptr, L"Error: CKrVariantVoidPtr::GetValueCopy, incompatible types!"},
-        {&str, L"Error: CKrVariantCKrStringW::GetValueCopy, incompatible types!"},
-        {&arr, L"Error: CKrVariantCKrByteAray::GetValueCopy, incompatible types!"},
+        std::unique_ptr<CKrVariantData> source;
+        wchar_t const *name;  // as written in the message, irregular on purpose
+    } cases[] = {
+        {std::make_unique<CKrVariantDataKr_int32>(5), L"CKrVariantDataKr_int32::GetValueCopy()"},
+        {std::make_unique<CKrVariantDataKr_uint32>(5u), L"CKrVariantDataKr_uint32::GetValueCopy"},
+        {std::make_unique<CKrVariantDataKr_int64>(5), L"CKrVariantDataKr_int64::GetValueCopy"},
+        {std::make_unique<CKrVariantDataKr_uint64>(5u), L"CKrVariantDataKr_uint64::GetValueCopy"},
+        {std::make_unique<CKrVariantDataDouble>(5.0), L"CKrVariantDataDouble::GetValueCopy"},
+        {std::make_unique<CKrVariantDataBool>(true), L"CKrVariantDataBool::GetValueCopy"},
+        {std::make_unique<CKrVariantDataVoidPtr>(nullptr), L"CKrVariantVoidPtr::GetValueCopy"},
+        {std::make_unique<CKrVariantDataCKrStringW>(CKrStringW(L"x")),
+         L"CKrVariantCKrStringW::GetValueCopy"},
+        {std::make_unique<CKrVariantDataCKrByteArray>(), L"CKrVariantCKrByteAray::GetValueCopy"},
     };
     for (Case &c : cases) {
         DiagCapture diag;
         CKrVariantDataCKrListVariant list;  // a target of another run type for every scalar
         c.source->GetValueCopy(list);
-        expectOneAssert(diag, L"(data.GetRunType() != GetRunType())", c.message);
-    }
-    {
-        DiagCapture diag;
-        CKrVariantDataCKrListVariant list;
-        list.GetValueCopy(i32);
-        expectOneAssert(diag, L"(GetRunType() != data.GetRunType())",
-                        L"Error: CKrVariantDataCKrListVariant::GetValueCopy, can't get to this type of data!");
+        expectOneAssert(diag, L"(data.GetRunType() != GetRunType())",
+                        L"Error: " + std::wstring(c.name) + L", incompatible types!");
     }
     // Numeric targets of another type still receive the value (and a bool stays a valid bool).
     DiagCapture diag;
@@ -159,103 +137,195 @@ TEST(VariantHolders, GetValueCopyAcrossTypesReportsExactMessages) {
     CKrVariantDataKr_int32(2).GetValueCopy(flag);
     EXPECT_TRUE(flag.GetValue());
     EXPECT_EQ(diag.count(), 2u);
-    // Base class SetRunType refuses any other run type and returns -9 either way.
-    diag.clear();
-    EXPECT_EQ(i32.SetRunType(CKrVariantRunType("double")), -9);
-    EXPECT_EQ(i32.SetRunType(CKrVariantRunType("kr_int32")), -9);
-    expectOneAssert(diag, L"arg != GetRunType()", L"Error: CKrVariantData::SetRunType(), can't set runtype!");
 }
 
 TEST(VariantNames, ValidationTable) {
     struct {
-        wchar_t const *in;
-        wchar_t const *out;
+        std::wstring in, out;
         bool changed;
     } cases[] = {
-        {L"", L"no_name", true},        {L"9lives", L"_lives", true},    {L"a b", L"a_b", true},
-        {L"_ok-1.x", L"_ok-1.x", false}, {L"-x", L"_x", true},            {L"\u00e9t\u00e9", L"_t_", true},
-        {L"Name", L"Name", false},      {L"a/b<c>", L"a_b_c_", true},
+        {L"", L"no_name", true},          {L"9lives", L"_lives", true},
+        {L"9 lives", L"__lives", true},   {L"a b", L"a_b", true},
+        {L"_ok-1.x", L"_ok-1.x", false},  {L"-x", L"_x", true},
+        {L"\u00e9t\u00e9", L"_t_", true}, {L"Name", L"Name", false},
+        {L"a/b<c>", L"a_b_c_", true},
+        // The name ends at a zero unit: a clean part before it is kept as it is.
+        {std::wstring(L"ok\0 bad", 7), std::wstring(L"ok\0 bad", 7), false},
+        {std::wstring(L"9k\0x", 4), L"_k", true},
+        {std::wstring(L"\0a", 2), L"no_name", true},
     };
     for (auto &c : cases) {
-        CKrStringW name(c.in);
-        EXPECT_EQ(CKrVariant::ValidateName(name), c.changed) << c.in;
+        SCOPED_TRACE(::testing::PrintToString(c.in));
+        CKrStringW name(c.in), given(c.in);
+        EXPECT_EQ(CKrVariant::ValidateName(name), c.changed);
         EXPECT_EQ(name.GetStdString(), c.out);
-        EXPECT_EQ(CKrVariant(1, CKrStringW(c.in)).GetName().GetStdString(), c.out);
+        std::wstring const stored = c.out.substr(0, c.out.find(L'\0'));
+        EXPECT_EQ(CKrVariant(1, given).GetName().GetStdString(), stored);
+        EXPECT_EQ(CKrVariant(L"t", given).GetName().GetStdString(), stored);
+        EXPECT_EQ(given.GetStdString(), c.in);  // constructors validate their own copy
     }
-    EXPECT_EQ(CKrVariant().GetName().GetStdString(), L"no_name");
     CKrVariant v(1, L"ok");
     v.SetName(L"not valid");  // stored as given
-    EXPECT_EQ(v.GetName().GetStdString(), L"not valid");
     EXPECT_EQ(CKrVariant(v).GetName().GetStdString(), L"not valid");  // copies keep it too
 }
 
-TEST(VariantTypeChange, NullRefusesValueUntilEnabled) {
+// Every refused operation reports one assertion with exact texts and leaves the value alone:
+// each row works on a fresh scalar `s` (5) and list `l` {a=1, b=2}, checked unchanged after it.
+TEST(VariantMisuse, ReportedOnceAndValueKept) {
+    using V = CKrVariant;
+    using RT = CKrVariantRunType;
+    V::RegisterRunType(V::CreateStruct(L"RKrTestPoint", {V(0, L"x"), V(0, L"y")}));
+    static auto pair = [] { return V::CreateStruct(L"l", {V(1, L"a"), V(2, L"b")}); };
+    wchar_t const *refused = L"!m_enabledTypeChange", *unknown = L"it == samples.end()",
+                  *notList = L"(!m_pData || !m_pData->IsArray())",
+                  *notListType = L"(!m_enabledTypeChange && GetRunType() != "
+                                 L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
+                  *off = L"Error: CKrVariant::operator=, can't do assignment - type change "
+                         L"not enabled",
+                  *badIndex = L"((signed)item >= list.Number())";
+    struct Case {
+        char const *what;
+        bool (*fallbackHolds)(V &s, V &l);
+        wchar_t const *condition, *message;
+    } cases[] = {
+        {"value into Null", [](V &, V &) { V n; n = 5; return n.IsNull(); }, refused, off},
+        {"value of another type", [](V &s, V &) { s = 2.5; return true; }, refused, off},
+        {"MakeNull", [](V &s, V &) { s.MakeNull(); return true; }, refused,
+         L"Error: CKrVariant::MakeNull()), type change not enabled!"},
+        {"variant of another type", [](V &s, V &) { s = V(1.5); return true; }, refused,
+         L"Error: can't do assignment from type: double to: kr_int32, type change not enabled!"},
+        {"variant into Null", [](V &, V &l) { V n; n = l; return n.IsNull(); }, refused,
+         L"Error: can't do assignment from type: CKrListVariant to: unknown, type change not "
+         L"enabled!"},
+        {"Null into a value", [](V &s, V &) { s = V(); return true; },
+         L"m_pData && !m_enabledTypeChange",
+         L"Error: can't do assignment, type change not enabled!"},
+        {"list holder into a scalar holder",
+         [](V &, V &) {
+             CKrVariantDataKr_int32 i(5);
+             CKrVariantDataCKrListVariant().GetValueCopy(i);
+             return i.GetValue() == 5;
+         },
+         L"(GetRunType() != data.GetRunType())",
+         L"Error: CKrVariantDataCKrListVariant::GetValueCopy, can't get to this type of data!"},
+        {"holder SetRunType, same type or not",  // -9 either way, reported only for another type
+         [](V &, V &) {
+             CKrVariantDataKr_int32 i(5);
+             return i.SetRunType(RT("kr_int32")) == -9 && i.SetRunType(RT("double")) == -9;
+         },
+         L"arg != GetRunType()", L"Error: CKrVariantData::SetRunType(), can't set runtype!"},
+        {"insert at -1", [](V &, V &l) { l.Insert(pair(), -1); return true; }, L"iIdx < 0", L""},
+        {"append to a scalar", [](V &s, V &l) { return s.Append(l).IsNull(); }, L"true",
+         L"Error: invalid variant type (kr_int32) for array operation."},
+        {"insert into a scalar", [](V &s, V &l) { s.Insert(l, 0); return true; },
+         L"(m_pData && !m_enabledTypeChange && GetRunType() != "
+         L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
+         L"Error: invalid variant type for array operation."},
+        {"append to a record",
+         [](V &, V &) {
+             V r = V::CreateStructNamed(kPoint, L"p", {V(1, L"x")});
+             return r.Append(V(2, L"y")).IsNull() && r.GetCount() == 1;
+         },
+         L"true", L"Error: invalid variant type (RKrPoint) for array operation."},
+        {"index into a scalar", [](V &s, V &) { return !s.IndexPtr(0); }, notList,
+         L"Error: invalid variant runtype for array operation."},
+        {"member of a scalar", [](V &s, V &) { return !s.Member(V(5)); }, notList,
+         L"Error: invalid variant type for array operation."},
+        {"fixed search into a leaf", [](V &, V &l) { return !l.SearchFixed(L"a", L"x", nullptr); },
+         notList, L"Error: invalid variant runtype for array operation."},
+        {"delete at the count", [](V &, V &l) { return !l.Delete(2); }, badIndex,
+         L"Error: invalid index to delete!"},
+        {"delete at an index negative once signed",
+         [](V &, V &l) { return !l.Delete(0x80000000u); },
+         badIndex, L"Error: invalid index to delete!"},
+        {"delete in a scalar", [](V &s, V &) { return !s.Delete(0); }, notListType,
+         L"Error: can't delete member in this runtype."},
+        {"clear a scalar", [](V &s, V &) { s.ClearList(); return true; }, notListType,
+         L"Error: can't ClearList in this runtype."},
+        {"register another definition",
+         [](V &, V &) {
+             return V::RegisterRunType(V::CreateStruct(L"RKrTestPoint", {V(0, L"x")})) == -9 &&
+                    V::GetRunTypeSample(RT("RKrTestPoint")).GetCount() == 2;
+         },
+         L"CompareStructure(*it->second, sample, true) != 0",
+         L"Error: same Runtype already registered with different definition!"},
+        {"variant of an unknown type", [](V &, V &) { return V(RT("RKrNope"), L"n").IsNull(); },
+         unknown, L"Error: CKrVariant::GetRunTypeSample(), can't find: 'RKrNope' runtype!"},
+        {"index of an unknown type",
+         [](V &, V &) { return V::GetRunTypeIndex(RT("RKrNope")) == -1; },
+         unknown, L"Error: CKrVariant::GetRunTypeIndex(), can't find: 'RKrNope' runtype!"},
+        {"SetRunType without type change",
+         [](V &s, V &) { return s.SetRunType(RT("RKrTestPoint")) == -9; },
+         refused, L"Error: CKrVariant::SetRunType(), type change not enabled!"},
+        {"scalar to a record",
+         [](V &s, V &) {
+             s.EnableTypeChange(true);
+             return s.SetRunTypeCompatible(RT("RKrTestPoint")) == -9;
+         },
+         L"(GetCount() < 0) != (sample.GetCount() < 0)",
+         L"Error: CKrVariant::SetRunTypeCompatible(), can't convert!"},
+        {"compatible type without type change",
+         [](V &s, V &) { return s.SetRunTypeCompatible(RT("double")) == -9; }, refused,
+         L"Error: CKrVariant::SetRunTypeCompatible(), type change not enabled!"},
+        {"unregistered type",
+         [](V &s, V &) {
+             s.EnableTypeChange(true);
+             return s.SetRunTypeCompatible(RT("RKrUnregistered")) == -9;
+         },
+         unknown, L"Error: CKrVariant::GetRunTypeSample(), can't find: 'RKrUnregistered' runtype!"},
+        {"reading text", [](V &, V &l) { return l.Read(L"<variant/>") == -2; },
+         L"s_xmlReader == nullptr",
+         L"Error: CKrVariant::Read(), reading the XML form is not supported!"},
+    };
+    for (Case const &c : cases) {
+        SCOPED_TRACE(c.what);
+        V s(5), l = pair();
+        DiagCapture diag;
+        EXPECT_TRUE(c.fallbackHolds(s, l));
+        expectOneAssert(diag, c.condition, c.message);
+        EXPECT_TRUE(s == V(5));
+        EXPECT_TRUE(l == pair());
+        EXPECT_EQ(l.GetCount(), 2);
+    }
+    // Quiet variants of the same calls.  (Under AddressSanitizer the rows above and this also
+    // show that every refused or discarded copy of a list is freed.)
     DiagCapture diag;
+    EXPECT_EQ(V::GetRunTypeIndex(RT("RKrNope"), false), -1);
+    V l = pair();
+    l.Insert(pair(), 3);  // above the count: silently nothing
+    EXPECT_EQ(l.GetCount(), 2);
+    EXPECT_EQ(diag.count(), 0u);
+}
+
+TEST(VariantAssignment, TypeChangeAndTheCasesBetweenVariants) {
     CKrVariant v;
+    EXPECT_FALSE(v.EnableTypeChange(true));  // returns the previous setting
     v = 5;
-    EXPECT_TRUE(v.IsNull());
-    expectOneAssert(diag, L"!m_enabledTypeChange",
-                    L"Error: CKrVariant::operator=, can't do assignment - type change not enabled");
-    EXPECT_FALSE(v.EnableTypeChange(true));
-    v = 5;
-    EXPECT_EQ(CKrStringW(v.GetRunType().GetName().GetString()).GetStdString(), L"kr_int32");
+    EXPECT_EQ(runType(v), L"kr_int32");
     v = 2.5;  // another type, allowed now
     EXPECT_EQ(v.GetDouble(), 2.5);
     EXPECT_TRUE(v.EnableTypeChange(false));
-
-    diag.clear();
-    v = 7;  // kr_int32 into a double without type change: refused, value kept
-    EXPECT_EQ(v.GetDouble(), 2.5);
-    EXPECT_EQ(diag.count(), 1u);
     v = 3.0;  // same type: stored in place
     EXPECT_EQ(v.GetDouble(), 3.0);
-
-    diag.clear();
-    v.MakeNull();
-    EXPECT_FALSE(v.IsNull());
-    expectOneAssert(diag, L"!m_enabledTypeChange", L"Error: CKrVariant::MakeNull()), type change not enabled!");
     v.EnableTypeChange(true);
     v.MakeNull();
     EXPECT_TRUE(v.IsNull());
     EXPECT_EQ(v.GetRunType(), CKrVariantRunType::GetUnknown());
-
     // A string literal stores a string, not a bool.
     CKrVariant s(L"", L"s");
     s = L"text";
     EXPECT_EQ(text(s), L"text");
     s = "narrow";
     EXPECT_EQ(text(s), L"narrow");
-}
-
-TEST(VariantAssignment, FourCasesBetweenVariants) {
-    CKrVariant a(1, L"a"), b(2, L"b");
-    a = b;  // same run type: value copied, name kept
-    EXPECT_EQ(a.GetKr_int32(), 2);
-    EXPECT_EQ(a.GetName().GetStdString(), L"a");
 
     DiagCapture diag;
-    CKrVariant d(1.5, L"d");
-    a = d;  // other run type, no type change
+    CKrVariant a(1, L"a"), d(1.5, L"d");
+    a = CKrVariant(2, L"b");  // same run type: value copied, name kept
     EXPECT_EQ(a.GetKr_int32(), 2);
-    expectOneAssert(diag, L"!m_enabledTypeChange",
-                    L"Error: can't do assignment from type: double to: kr_int32, type change not enabled!");
-
-    diag.clear();
-    CKrVariant n;
-    n = a;  // Null target is named "unknown"
-    expectOneAssert(diag, L"!m_enabledTypeChange",
-                    L"Error: can't do assignment from type: kr_int32 to: unknown, type change not enabled!");
-    EXPECT_TRUE(n.IsNull());
-
-    diag.clear();
-    a = CKrVariant();  // Null source into a value without type change
-    expectOneAssert(diag, L"m_pData && !m_enabledTypeChange", L"Error: can't do assignment, type change not enabled!");
-    EXPECT_FALSE(a.IsNull());
+    EXPECT_EQ(a.GetName().GetStdString(), L"a");
     CKrVariant none;
     none = CKrVariant();  // Null into Null is fine
     EXPECT_TRUE(none.IsNull());
-
-    diag.clear();
     a.EnableTypeChange(true);
     a = d;
     EXPECT_EQ(a.GetDouble(), 1.5);
@@ -290,7 +360,6 @@ TEST(VariantComparison, ConvertsBeforeComparing) {
     EXPECT_FALSE(CKrVariant(L"7") == 8);
     EXPECT_TRUE(CKrVariant(true) == 1);
     EXPECT_TRUE(CKrVariant(3) == 3.0);
-    EXPECT_TRUE(CKrVariant(3) != 4);
     EXPECT_TRUE(CKrVariant(L"abc") == L"abc");
     EXPECT_TRUE(CKrVariant(12) == L"12");
     {
@@ -312,8 +381,7 @@ TEST(VariantGetters, ConversionRuleAndFallbacks) {
     EXPECT_EQ(CKrVariant(2.9).GetKr_int32(&ok), 2);
     EXPECT_TRUE(ok);
     EXPECT_EQ(CKrVariant(-2.9).GetKr_int32(), -2);
-    EXPECT_EQ(CKrVariant(L"42").GetKr_int32(&ok), 42);
-    EXPECT_TRUE(ok);
+    EXPECT_EQ(CKrVariant(L"42").GetKr_int32(), 42);
     EXPECT_EQ(CKrVariant(L"x").GetKr_int32(&ok), 0);  // does not scan: the sample's 0
     EXPECT_TRUE(ok);
     EXPECT_EQ(CKrVariant(kr_int64(0x1234567890LL)).GetKr_int32(), 0x34567890);  // truncated bits
@@ -334,36 +402,36 @@ TEST(VariantGetters, ConversionRuleAndFallbacks) {
     EXPECT_EQ(bytes.GetKr_int32(&ok), 0x12345678);
     EXPECT_TRUE(ok);
     EXPECT_EQ(bytes.GetKr_uint64(), 0x0000000112345678ULL);
-    CKrVariant shortBytes(CKrByteArray(raw, 3, 16));
     {
         DiagCapture diag;
-        EXPECT_EQ(shortBytes.GetKr_int32(&ok), -1);
+        EXPECT_EQ(CKrVariant(CKrByteArray(raw, 3, 16)).GetKr_int32(&ok), -1);
         EXPECT_FALSE(ok);
         EXPECT_EQ(diag.count(), 0u);  // short arrays are not reported
     }
-    // Null and lists: -1, ok false and the getter's own report.
+    // Null and lists: the fallback, ok false and the getter's own report.
+    using V = CKrVariant const &;
     struct {
-        std::function<void(CKrVariant const &, bool *)> read;
+        std::function<bool(V, bool *)> givesFallback;
         wchar_t const *message;
     } failing[] = {
-        {[](CKrVariant const &v, bool *o) { EXPECT_EQ(v.GetKr_int32(o), -1); }, L"Can't convert to kr_int32!"},
-        {[](CKrVariant const &v, bool *o) { EXPECT_EQ(v.GetKr_uint32(o), 0xffffffffu); }, L"Can't convert to kr_uint32!"},
-        {[](CKrVariant const &v, bool *o) { EXPECT_EQ(v.GetKr_int64(o), -1); }, L"Can't convert to kr_int64!"},
-        {[](CKrVariant const &v, bool *o) { EXPECT_EQ(v.GetKr_uint64(o), ~0ULL); }, L"Can't convert to kr_uint64!"},
-        {[](CKrVariant const &v, bool *o) { EXPECT_EQ(v.GetDouble(o), -1.0); }, L"Can't convert to double!"},
-        {[](CKrVariant const &v, bool *o) { EXPECT_FALSE(v.GetBool(o)); }, L"Can't convert to bool!"},
-        {[](CKrVariant const &v, bool *o) { EXPECT_EQ(v.GetVoidPtr(o), reinterpret_cast<void *>(~uintptr_t(0))); },
+        {[](V v, bool *o) { return v.GetKr_int32(o) == -1; }, L"Can't convert to kr_int32!"},
+        {[](V v, bool *o) { return v.GetKr_uint32(o) == ~0u; }, L"Can't convert to kr_uint32!"},
+        {[](V v, bool *o) { return v.GetKr_int64(o) == -1; }, L"Can't convert to kr_int64!"},
+        {[](V v, bool *o) { return v.GetKr_uint64(o) == ~0ULL; }, L"Can't convert to kr_uint64!"},
+        {[](V v, bool *o) { return v.GetDouble(o) == -1.0; }, L"Can't convert to double!"},
+        {[](V v, bool *o) { return !v.GetBool(o); }, L"Can't convert to bool!"},
+        {[](V v, bool *o) { return v.GetVoidPtr(o) == reinterpret_cast<void *>(~uintptr_t(0)); },
          L"Can't convert to void*!"},
-        {[](CKrVariant const &v, bool *o) { EXPECT_EQ(v.GetCKrByteArray(o).GetSize(), 0u); },
+        {[](V v, bool *o) { return v.GetCKrByteArray(o).GetSize() == 0u; },
          L"Can't convert to CKrByteArray!"},
     };
-    CKrVariant subjects[] = {CKrVariant(), CKrVariant(CKrListVariant())};
     for (auto &f : failing) {
-        for (CKrVariant const &subject : subjects) {
+        for (CKrVariant const &subject : {CKrVariant(), CKrVariant(CKrListVariant())}) {
+            SCOPED_TRACE(::testing::PrintToString(f.message));
             DiagCapture diag;
             ok = true;
-            f.read(subject, &ok);
-            EXPECT_FALSE(ok) << f.message;
+            EXPECT_TRUE(f.givesFallback(subject, &ok));
+            EXPECT_FALSE(ok);
             expectOneAssert(diag, L"true", f.message);
         }
     }
@@ -380,9 +448,8 @@ TEST(VariantGetters, ConversionRuleAndFallbacks) {
     // The scratch list of a failed list read is empty each time.
     DiagCapture diag;
     CKrVariant scalar(1);
-    CKrListVariant &scratch = scalar.GetCKrListVariant(&ok);
+    scalar.GetCKrListVariant(&ok).Append(new CKrVariant(1));
     EXPECT_FALSE(ok);
-    scratch.Append(new CKrVariant(1));
     EXPECT_EQ(scalar.GetCKrListVariant().Number(), 0);
     EXPECT_EQ(CKrVariant().GetValueVoidPtr(), nullptr);
     CKrVariant number(5);
