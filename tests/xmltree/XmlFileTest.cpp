@@ -27,20 +27,16 @@ protected:
     void TearDown() override { fs::remove_all(dir); }
 
     CKrStringW Path(char const *name) { return CKrStringW((dir / name).wstring()); }
-    void Write(char const *name, std::string const &bytes) {
-        std::ofstream(dir / name, std::ios::binary) << bytes;
-    }
     std::string Read(char const *name) {
         std::ifstream in(dir / name, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     }
-    // Loads the file and returns the text of the document ("!rc" on failure).
+    // Writes `bytes` to a file, loads it and returns the text of the document ("!rc" on failure).
     std::wstring LoadText(char const *name, std::string const &bytes) {
-        Write(name, bytes);
+        std::ofstream(dir / name, std::ios::binary) << bytes;
         CKrXMLTree t;
         int rc = t.LoadFromFile(Path(name), true);
-        if (rc != 0) return L"!" + std::to_wstring(rc);
-        return t.Text().GetStdString();
+        return rc != 0 ? L"!" + std::to_wstring(rc) : t.Text().GetStdString();
     }
 
     fs::path dir;

@@ -40,10 +40,7 @@ TEST(XmlParse, KeepsElementsTextAndCommentsOnly) {
                          true),
               0);
     EXPECT_EQ(Compact(t), L"<r a=\"1\">&lt;raw&gt;<!--c-->ent</r>");
-    CKrXMLNode *r = t.FirstChild();
-    EXPECT_EQ(r->Parent(), &t);
-    EXPECT_EQ(r->FirstChild()->NodeType(), krXML_TEXT);
-    EXPECT_EQ(r->FirstChild()->Sibling()->NodeType(), krXML_COMMENT);
+    EXPECT_EQ(t.FirstChild()->Parent(), &t);
 }
 
 TEST(XmlParse, WhitespaceDropAndTrim) {

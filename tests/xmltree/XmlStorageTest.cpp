@@ -2,6 +2,7 @@
 // in shared blocks, and the output being sized before it is written.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -18,10 +19,28 @@ std::wstring Compact(CKrXMLNode *n) {
     return W(out);
 }
 
+std::vector<CKrXMLNode *> Children(CKrXMLNode *n) {
+    std::vector<CKrXMLNode *> items;
+    for (CKrXMLNode *c = n->FirstChild(); c; c = c->Sibling()) items.push_back(c);
+    return items;
+}
+
 std::vector<std::wstring> Names(CKrXMLNode const *n) {
     std::vector<std::wstring> names;
     for (auto const &a : n->Attributes()) names.push_back(W(a.first));
     return names;
+}
+
+void ExpectSorted(CKrXMLNode const *n) {
+    std::vector<std::wstring> names = Names(n);
+    for (size_t i = 1; i < names.size(); ++i)
+        EXPECT_TRUE(CKrStringW(names[i - 1]) < CKrStringW(names[i])) << i;
+}
+
+std::wstring Repeat(std::wstring const &s, int n) {
+    std::wstring r;
+    while (n-- > 0) r += s;
+    return r;
 }
 
 CKrXMLNode *ParseOne(CKrXMLTree &tree, std::wstring const &xml) {
@@ -48,19 +67,16 @@ TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
     CKrXMLTree tree;
     CKrXMLNode *parsed = ParseOne(tree, xml);
     ASSERT_NE(parsed, nullptr);
-    EXPECT_EQ(Names(parsed), Names(&built));
     EXPECT_TRUE(parsed->Attributes() == built.Attributes());
     EXPECT_EQ(Compact(parsed), Compact(&built));
-    std::vector<std::wstring> sorted = Names(&built);
-    for (size_t i = 1; i < sorted.size(); ++i)
-        EXPECT_TRUE(CKrStringW(sorted[i - 1]) < CKrStringW(sorted[i])) << i;
-    EXPECT_EQ(sorted.front(), L"B");
-    EXPECT_EQ(sorted.back(), L"\uAC00");
+    ExpectSorted(parsed);
+    EXPECT_EQ(Names(parsed).front(), L"B");
+    EXPECT_EQ(Names(parsed).back(), L"\uAC00");
 
     // Every name is found with its own value.
     for (size_t i = 0; i < names.size(); ++i) {
         CKrStringW value;
-        ASSERT_EQ(parsed->GetAttr(CKrStringW(names[i]), value), 0) << i;
+        EXPECT_EQ(parsed->GetAttr(CKrStringW(names[i]), value), 0) << i;
         EXPECT_EQ(W(value), L"v" + std::to_wstring(i));
     }
     CKrStringW untouched(L"keep");
@@ -72,16 +88,12 @@ TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
     size_t count = parsed->Attributes().size();
     parsed->SetAttr(CKrStringW(L"n20"), CKrStringW(L"new"));
     EXPECT_EQ(parsed->Attributes().size(), count);
-    parsed->DeleteAttr(CKrStringW(L"B"));
-    parsed->DeleteAttr(CKrStringW(L"n20"));
-    parsed->DeleteAttr(CKrStringW(L"\uAC00"));
-    parsed->DeleteAttr(CKrStringW(L"absent"));
+    for (wchar_t const *gone : {L"B", L"n20", L"\uAC00", L"absent"}) parsed->DeleteAttr(CKrStringW(gone));
     EXPECT_EQ(parsed->Attributes().size(), count - 3);
     EXPECT_FALSE(parsed->AttrExist(CKrStringW(L"n20")));
     EXPECT_TRUE(parsed->AttrExist(CKrStringW(L"n2")));
     EXPECT_TRUE(parsed->AttrExist(CKrStringW(L"n21")));
-    std::vector<std::wstring> left = Names(parsed);
-    for (size_t i = 1; i < left.size(); ++i) EXPECT_TRUE(CKrStringW(left[i - 1]) < CKrStringW(left[i]));
+    ExpectSorted(parsed);
 }
 
 TEST(XmlStorage, KeptAttributeOrderAndCopiesFollowTheMap) {
@@ -106,24 +118,23 @@ TEST(XmlStorage, KeptAttributeOrderAndCopiesFollowTheMap) {
 // Parsed nodes share blocks; every way a node can go must leave the others intact (the sanitizer
 // build checks the memory side).
 TEST(XmlStorage, ParsedNodesSurviveRemovalDetachAndReparse) {
-    std::wstring xml = L"<r>";
-    for (int i = 0; i < 1000; ++i) xml += L"<i n=\"" + std::to_wstring(i) + L"\">t" + std::to_wstring(i) + L"</i>";
-    xml += L"</r>";
+    auto item = [](int i) {
+        return L"<i n=\"" + std::to_wstring(i) + L"\">t" + std::to_wstring(i) + L"</i>";
+    };
+    std::wstring xml = L"<r>", expect = L"<r>";
+    for (int i = 0; i < 1000; ++i) xml += item(i);
+    for (int i = 2; i < 998; i += 2) expect += item(i);
     auto *tree = new CKrXMLTree;
-    CKrXMLNode *r = ParseOne(*tree, xml);
+    CKrXMLNode *r = ParseOne(*tree, xml + L"</r>");
     ASSERT_NE(r, nullptr);
 
     // Remove every second element (each with its text child), then the first and the last.
-    std::vector<CKrXMLNode *> items;
-    for (CKrXMLNode *c = r->FirstChild(); c; c = c->Sibling()) items.push_back(c);
+    std::vector<CKrXMLNode *> items = Children(r);
     ASSERT_EQ(items.size(), 1000u);
     for (size_t i = 1; i < items.size(); i += 2) items[i]->Remove();
     items[0]->Remove();
     items[998]->Remove();
-    std::wstring expect = L"<r>";
-    for (int i = 2; i < 998; i += 2) expect += L"<i n=\"" + std::to_wstring(i) + L"\">t" + std::to_wstring(i) + L"</i>";
-    expect += L"</r>";
-    EXPECT_EQ(Compact(r), expect);
+    EXPECT_EQ(Compact(r), expect + L"</r>");
 
     // Nodes added by hand among parsed ones, and a second parse into the same tree.
     CKrXMLNode *added = items[2]->AddSibling(krXML_ELEMENT, L"added");
@@ -169,8 +180,7 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
     CKrXMLNode *r = tree->FirstChild();
     ASSERT_NE(r, nullptr);
 
-    std::vector<CKrXMLNode *> items;
-    for (CKrXMLNode *c = r->FirstChild(); c; c = c->Sibling()) items.push_back(c);
+    std::vector<CKrXMLNode *> items = Children(r);
     ASSERT_EQ(items.size(), static_cast<size_t>(kItems));
     const std::vector<int> keep = {0, 1, 777, 5000, 12345, kItems - 1};
     std::vector<CKrXMLNode *> survivors;
@@ -183,14 +193,8 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
     survivors[3]->DeleteAllAttributes();
 
     // Everything else goes, the document included (the survivors move to another owner).
-    size_t next = 0;
-    for (int i = 0; i < kItems; ++i) {
-        if (next < keep.size() && keep[next] == i) {
-            ++next;
-            continue;
-        }
-        items[i]->Remove();
-    }
+    for (int i = 0; i < kItems; ++i)
+        if (std::find(keep.begin(), keep.end(), i) == keep.end()) items[i]->Remove();
     auto *holder = new CKrXMLNode(*tree);
     tree->Init();
     delete tree;
@@ -216,27 +220,19 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
     delete holder;
     ASSERT_NE(copy.FirstChild(), nullptr);
     EXPECT_EQ(Compact(copy.FirstChild()), L"<i a=\"&amp;0\" b=\"bee0\" id=\"0\">text 0</i>");
-    size_t children = 0;
-    for (CKrXMLNode *c = copy.FirstChild(); c; c = c->Sibling()) ++children;
-    EXPECT_EQ(children, keep.size());
+    EXPECT_EQ(Children(&copy).size(), keep.size());
 }
 
 // The output is sized before writing; text that grows a lot when escaped, output appended to a
 // non-empty string and deep indentation must still come out whole.
 TEST(XmlStorage, OutputSizingNeverLosesText) {
-    std::wstring amps(5000, L'&');
-    std::wstring quotes(3000, L'"');
     CKrXMLTree tree;
     tree.SetUseXMLHeader(false);
     tree.SetPrettyXML(false);
     CKrXMLNode *a = tree.AddChild(krXML_ELEMENT, L"a");
-    a->SetAttr(CKrStringW(L"q"), CKrStringW(quotes));
-    a->AddChild(krXML_TEXT, amps.c_str());
-    std::wstring expect = L"<a q=\"";
-    for (int i = 0; i < 3000; ++i) expect += L"&quot;";
-    expect += L"\">";
-    for (int i = 0; i < 5000; ++i) expect += L"&amp;";
-    expect += L"</a>";
+    a->SetAttr(CKrStringW(L"q"), CKrStringW(std::wstring(3000, L'"')));
+    a->AddChild(krXML_TEXT, std::wstring(5000, L'&').c_str());
+    std::wstring expect = L"<a q=\"" + Repeat(L"&quot;", 3000) + L"\">" + Repeat(L"&amp;", 5000) + L"</a>";
     CKrStringW out(L"stale");
     ASSERT_EQ(tree.GetValue(out, true, true), 0);
     EXPECT_EQ(W(out), expect);

@@ -79,7 +79,6 @@ TEST(XmlSystemFiles, LoadSaveLoadKeepsEveryNode) {
     std::vector<fs::path> files = SystemXmlFiles();
     if (files.empty()) GTEST_SKIP() << "no system XML files on this machine";
     fs::path tmp = fs::temp_directory_path() / ("orvik_sysxml_" + std::to_string(getpid()) + ".xml");
-    size_t checked = 0;
     for (fs::path const &file : files) {
         for (bool utf8 : {true, false}) {
             CKrXMLTree first;
@@ -97,8 +96,6 @@ TEST(XmlSystemFiles, LoadSaveLoadKeepsEveryNode) {
             ASSERT_EQ(third.SetValue(text, false), 0) << file;
             EXPECT_EQ(FirstDifference(&first, &third), "") << file;
         }
-        ++checked;
     }
     fs::remove(tmp);
-    EXPECT_EQ(checked, files.size());
 }

@@ -13,14 +13,9 @@ namespace {
 class XmlXPath : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_EQ(tree.SetValue(CKrStringW(
-                                    L"<root>"
-                                    L"<a id=\"1\" k=\"x\"><b n=\"1\"/><b n=\"2\">two</b><b n=\"3\"/></a>"
-                                    L"<a id=\"2\"><b n=\"4\"/>t<!--c--></a>"
-                                    L"<c/>"
-                                    L"</root>"),
-                                true),
-                  0);
+        CKrStringW xml(L"<root><a id=\"1\" k=\"x\"><b n=\"1\"/><b n=\"2\">two</b><b n=\"3\"/></a>"
+                       L"<a id=\"2\"><b n=\"4\"/>t<!--c--></a><c/></root>");
+        ASSERT_EQ(tree.SetValue(xml, true), 0);
         root = tree.FirstChild();
     }
 
@@ -32,18 +27,12 @@ protected:
         if (r != 0) return L"!" + std::to_wstring(r);
         std::wstring s;
         for (CKrXMLNode *n : set) {
-            if (!s.empty()) s += L',';
-            if (!n) {
-                s += L"null";
-                continue;
-            }
             CKrStringW v;
-            if (n->GetAttr(L"n", v) == 0 || n->GetAttr(L"id", v) == 0)
-                s += v.GetStdString();
-            else if (n->NodeType() == krXML_ELEMENT)
-                s += n->TagName().GetStdString();
-            else
-                s += L"#" + std::to_wstring(n->NodeType());
+            s += s.empty() ? L"" : L",";
+            if (!n) s += L"null";
+            else if (n->GetAttr(L"n", v) == 0 || n->GetAttr(L"id", v) == 0) s += v.GetStdString();
+            else if (n->NodeType() == krXML_ELEMENT) s += n->TagName().GetStdString();
+            else s += L"#" + std::to_wstring(n->NodeType());
         }
         return s;
     }
