@@ -606,10 +606,11 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         std::vector<Chain> chains;
         size_t closing = 0;
         for (Frame const &f : stack) {
-            if (f.next) chains.push_back({f.next, f.fragment ? f.level : f.level + 1, f.pretty && !f.textOnly});
-            if (!f.fragment)
-                closing += (f.textOnly ? 0 : blanks(f.level, f.pretty)) + f.node->m_content.GetLength() +
-                           3 + (f.pretty ? 2 : 0);
+            unsigned int childLevel = f.fragment ? f.level : f.level + 1;
+            if (f.next) chains.push_back({f.next, childLevel, f.pretty && !f.textOnly});
+            if (f.fragment) continue;
+            size_t ind = f.textOnly ? 0 : blanks(f.level, f.pretty);
+            closing += ind + 3 + f.node->m_content.GetLength() + (f.pretty ? 2 : 0);  // "</name>"
         }
         size_t rest = closing + ChainsLength(std::move(chains), indent);
         sink.Reserve(rest + rest / 4 + 64);
