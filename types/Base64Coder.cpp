@@ -62,6 +62,15 @@ inline bool pointsInto(void const *p, unsigned char const *block, size_t capacit
     return block != nullptr && a >= b && a < b + capacity;
 }
 
+// `data` itself, or a copy held in `keep` when `data` lies in `block`, which the caller is about
+// to reallocate and wipe (a coder may be handed its own buffer).
+unsigned char const *outsideOf(unsigned char const *data, size_t n, unsigned char const *block,
+                               size_t capacity, std::vector<unsigned char> &keep) {
+    if (n == 0 || !pointsInto(data, block, capacity)) return data;
+    keep.assign(data, data + n);
+    return keep.data();
+}
+
 // Resizes (when needed) and zeroes one buffer.  A failed allocation leaves it null.
 void allocBuffer(unsigned char *&buffer, kr_uint64 &capacity, size_t n) {
     if (buffer == nullptr || capacity < n) {
@@ -261,10 +270,7 @@ void Base64Coder::AllocDecode(size_t n) {
 void Base64Coder::SetEncodeBufferA(unsigned char const *text, size_t n) {
     if (text == nullptr) n = 0;
     std::vector<unsigned char> copy;
-    if (n != 0 && pointsInto(text, m_pEBuffer, m_nEBufLen)) {  // AllocEncode would wipe it
-        copy.assign(text, text + n);
-        text = copy.data();
-    }
+    text = outsideOf(text, n, m_pEBuffer, m_nEBufLen, copy);
     AllocEncode(n);
     if (m_pEBuffer == nullptr || n == 0) return;
 
@@ -300,10 +306,7 @@ void Base64Coder::SetEncodeBufferW(wchar_t const *text, unsigned int n) {
 void Base64Coder::SetDecodeBuffer(unsigned char const *data, size_t n) {
     if (data == nullptr) n = 0;
     std::vector<unsigned char> copy;
-    if (n != 0 && pointsInto(data, m_pDBuffer, m_nDBufLen)) {  // AllocDecode would wipe it
-        copy.assign(data, data + n);
-        data = copy.data();
-    }
+    data = outsideOf(data, n, m_pDBuffer, m_nDBufLen, copy);
     AllocDecode(n);
     if (m_pDBuffer == nullptr || n == 0) return;
     std::memcpy(m_pDBuffer, data, n);

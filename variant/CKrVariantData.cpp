@@ -143,15 +143,20 @@ KR_SCALAR_COMMON(CKrVariantDataCKrByteArray, krDATA_BYTEARRAY, CKrByteArray, CKr
 namespace {
 // Decimal text of an integer, as "%d" / "%u" / "%lld" / "%llu" write it, without the printf
 // machinery (the text form is written once per node when trees are saved).
+// Widens the ASCII characters [digits, end) (at most 399 of them) into `out`.
+void assignAscii(CKrStringW &out, char const *digits, char const *end) {
+    wchar_t wide[400];
+    size_t n = static_cast<size_t>(end - digits);
+    for (size_t i = 0; i < n; ++i) wide[i] = static_cast<wchar_t>(digits[i]);
+    wide[n] = L'\0';
+    out = wide;
+}
+
 template <class T>
 bool formatDecimal(CKrStringW &out, T value) {
     char digits[32];
     std::to_chars_result r = std::to_chars(digits, digits + sizeof digits, value);
-    wchar_t wide[32];
-    size_t n = static_cast<size_t>(r.ptr - digits);
-    for (size_t i = 0; i < n; ++i) wide[i] = static_cast<wchar_t>(digits[i]);
-    wide[n] = L'\0';
-    out = wide;
+    assignAscii(out, digits, r.ptr);
     return true;
 }
 
@@ -182,11 +187,7 @@ bool CKrVariantDataDouble::GetString(CKrStringW &out) const {
         std::to_chars_result r =
             std::to_chars(digits, digits + sizeof digits - 1, m_value, std::chars_format::fixed, 15);
         if (r.ec == std::errc()) {
-            wchar_t wide[400];
-            size_t n = static_cast<size_t>(r.ptr - digits);
-            for (size_t i = 0; i < n; ++i) wide[i] = static_cast<wchar_t>(digits[i]);
-            wide[n] = L'\0';
-            out = wide;
+            assignAscii(out, digits, r.ptr);
             return true;
         }
     }
