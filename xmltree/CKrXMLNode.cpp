@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -157,13 +158,30 @@ struct RawOut {
     }
 };
 
-// Parsed nodes sit in document order in their blocks, so a walk in document order reads memory
-// front to back; asking for the memory some 25 nodes ahead hides most of the latency of each node
-// (a walk over a large tree otherwise stalls on every one).  A prefetch never faults, so the
-// address may lie past the end of a block or belong to a tree built by hand.
-inline void PrefetchAhead(CKrXMLNode const *node) {
-    __builtin_prefetch(reinterpret_cast<char const *>(node) + 4096);
-}
+// Parsed nodes sit in document order in their blocks, each followed by its attribute array, so a
+// walk over the whole tree in document order reads the blocks front to back.  It does so one
+// pointer at a time, which keeps the processor from running ahead, and a node with its
+// attributes spans several cache lines.  The walker therefore asks for every line of the block a
+// fixed distance ahead of the node it is at, each line once.  When the walk jumps (to the next
+// block, or between nodes added by hand, which live anywhere) the stream restarts at the new
+// place.  Addresses are only computed and prefetched, never read: a prefetch does not fault.
+class StreamPrefetch {
+public:
+    void Ahead(CKrXMLNode const *node) {
+        uintptr_t const at = reinterpret_cast<uintptr_t>(node);
+        uintptr_t const want = at + kDistance;
+        if (m_next < at || m_next > want || want - m_next > kLongestStep) m_next = want - kRestart;
+        for (; m_next <= want; m_next += kLine)
+            __builtin_prefetch(reinterpret_cast<void const *>(m_next));
+    }
+
+private:
+    static constexpr uintptr_t kLine = 64;
+    static constexpr uintptr_t kDistance = 4096;    // some 15-25 nodes of a typical document
+    static constexpr uintptr_t kLongestStep = 2048;  // farther behind than this: a jump
+    static constexpr uintptr_t kRestart = 256;       // a restarted stream begins 4 lines earlier
+    uintptr_t m_next = 0;  // first line not yet asked for
+};
 
 // Units an escaped text can take at most ("&quot;" for a character).
 constexpr size_t kMaxEscapeGrowth = 6;
@@ -447,6 +465,7 @@ size_t CKrXMLNodeAccess::ChainsLength(std::vector<Chain> chains, bool indent) {
     // chain that comes first in the document last, so the walk reads memory front to back
     // (parsed nodes sit in document order).
     size_t total = 0;
+    StreamPrefetch prefetch;
     auto visit = [&](CKrXMLNode const *n, unsigned int lvl, bool pr) {
         size_t length = n->m_content.GetLength();
         size_t ind = (pr && indent) ? size_t{3} * lvl : 0;
@@ -486,7 +505,7 @@ size_t CKrXMLNodeAccess::ChainsLength(std::vector<Chain> chains, bool indent) {
             continue;
         }
         c.first = n->m_pSibling;
-        PrefetchAhead(n);
+        prefetch.Ahead(n);
         visit(n, c.level, c.pretty);  // may push (and move `c`)
     }
     return total;
@@ -507,6 +526,7 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         bool fragment;
     };
     std::vector<Frame> stack;
+    StreamPrefetch prefetch;
 
     // Blanks in front of a construct at `lvl` (pretty output only).
     auto blanks = [&](unsigned int lvl, bool pr) -> size_t {
@@ -626,7 +646,7 @@ int CKrXMLNodeAccess::Serialize(CKrXMLNode *root, CKrStringW &out, unsigned int 
         Frame &f = stack.back();
         if (f.next) {
             CKrXMLNode *child = f.next;
-            PrefetchAhead(child);
+            prefetch.Ahead(child);
             f.next = child->m_pSibling;
             rc = emit(child, f.fragment ? f.level : f.level + 1, f.pretty && !f.textOnly, false);
             continue;
