@@ -162,15 +162,16 @@ struct RawOut {
 // walk over the whole tree in document order reads the blocks front to back.  It does so one
 // pointer at a time, which keeps the processor from running ahead, and a node with its
 // attributes spans several cache lines.  The walker therefore asks for every line of the block a
-// fixed distance ahead of the node it is at, each line once.  When the walk jumps (to the next
-// block, or between nodes added by hand, which live anywhere) the stream restarts at the new
-// place.  Addresses are only computed and prefetched, never read: a prefetch does not fault.
+// fixed distance ahead of the node it is at, each line once.  A short step back (the teardown
+// returns to a parent) leaves the stream where it is; a jump (to the next block, or between nodes
+// added by hand, which live anywhere) restarts it at the new place.  Addresses are only computed
+// and prefetched, never read: a prefetch does not fault.
 class StreamPrefetch {
 public:
     void Ahead(CKrXMLNode const *node) {
         uintptr_t const at = reinterpret_cast<uintptr_t>(node);
         uintptr_t const want = at + kDistance;
-        if (m_next < at || m_next > want || want - m_next > kLongestStep) m_next = want - kRestart;
+        if (m_next + kLongestStep < want || m_next > want + kLongestStep) m_next = want - kRestart;
         for (; m_next <= want; m_next += kLine)
             __builtin_prefetch(reinterpret_cast<void const *>(m_next));
     }
@@ -178,7 +179,7 @@ public:
 private:
     static constexpr uintptr_t kLine = 64;
     static constexpr uintptr_t kDistance = 4096;    // some 15-25 nodes of a typical document
-    static constexpr uintptr_t kLongestStep = 2048;  // farther behind than this: a jump
+    static constexpr uintptr_t kLongestStep = 2048;  // a step farther than this is a jump
     static constexpr uintptr_t kRestart = 256;       // a restarted stream begins 4 lines earlier
     uintptr_t m_next = 0;  // first line not yet asked for
 };
@@ -272,7 +273,9 @@ void CKrXMLNode::DestroyChildren() {
     // children, without recursion and without extra memory.
     CKrXMLNode *n = m_pFirstChild;
     m_pFirstChild = nullptr;
+    StreamPrefetch prefetch;
     while (n) {
+        prefetch.Ahead(n);
         if (CKrXMLNode *child = n->m_pFirstChild) {
             n->m_pFirstChild = child->m_pSibling;
             child->m_pSibling = n;
