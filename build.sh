@@ -15,6 +15,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 ROOT=$(pwd)
 JOBS=${JOBS:-$(nproc)}
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$ROOT}
 TSAN_FOLDERS="platform strings types variant events"
 
 PACKAGES=(cmake ninja-build g++ pkg-config libexpat1-dev zlib1g-dev qt6-base-dev libgtest-dev
@@ -41,6 +42,8 @@ configure() {  # configure DIR [cmake args...]
     local dir=$1; shift
     local gen=()
     command -v ninja >/dev/null && gen=(-G Ninja)
+    # ccache, when the machine has it, keeps rebuilds of several build folders cheap.
+    command -v ccache >/dev/null && gen+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
     if [ ! -f "$dir/CMakeCache.txt" ]; then
         cmake -S "$ROOT" -B "$dir" "${gen[@]}" -DORVIK_WERROR=ON "$@"
     else

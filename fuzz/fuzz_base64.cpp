@@ -4,7 +4,6 @@
 //   - the wide form, fed the same bytes as units, gives the same result as the 8-bit form;
 //   - the decoded length stays within what the filtered text can produce;
 //   - encoding the input and decoding that text gives the input back.
-// fuzz-link: types strings
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

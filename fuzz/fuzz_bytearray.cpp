@@ -2,7 +2,6 @@
 // sequences taken from the input and checks every result against a simple model (a
 // std::vector for the bytes plus the allocated size): result codes, sizes, growth rules and the
 // bytes themselves.  Also keeps size <= allocated and the offset within the block.
-// fuzz-link: types strings
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,3 @@
-// fuzz-link: time
 // Date-time calendar under arbitrary input: any 64-bit value and any field values must neither
 // crash nor overflow, and outside the standard range breaking a value down and composing it
 // again must give the same value (the own calendar path is exact in a zone without daylight

@@ -1,7 +1,6 @@
 // Fuzzes the item queries and the scanners: at most one kind answers yes for an item, integer
 // answers agree with double answers, delivered objects and arrays write out readable text, and
 // no scanner reports an item longer than the rest of the text.
-// fuzz-link: json strings
 #include <cstdint>
 
 #include "JsonFuzzInput.h"

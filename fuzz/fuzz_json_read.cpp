@@ -1,6 +1,5 @@
 // Fuzzes the readers: a failed read names its error and leaves the target alone; a successful
 // read writes out (toString) text that reads back to the same document.
-// fuzz-link: json strings
 #include <cstdint>
 
 #include "JsonFuzzInput.h"

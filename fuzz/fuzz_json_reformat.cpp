@@ -1,6 +1,5 @@
 // Fuzzes reformat: its output is stable (reformat(reformat(x)) == reformat(x)), reads back with
 // the same members, and a failure always names its error.  The first byte picks the indent.
-// fuzz-link: json strings
 #include <algorithm>
 #include <cstdint>
 #include <vector>

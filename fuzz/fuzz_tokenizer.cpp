@@ -1,7 +1,6 @@
 // Tokenizer on arbitrary text and delimiter sets.  Invariants: sequential tokens joined with the
 // delimiters that cut them give back the whole text; GetToken(i) is the
 // i-th sequential token; Size() is at least the number of tokens and at most one more.
-// fuzz-link: strings
 #include <cstdint>
 #include <cstdlib>
 #include <string>

@@ -1,5 +1,4 @@
 // Unit lookup and conversion on arbitrary input: IDs, numbers and UTF-16 text.
-// fuzz-link: units strings
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>

@@ -1,7 +1,6 @@
 // UTF-16 copying on arbitrary units.  Invariants: the result is true exactly when no surrogate
 // comes before the end; the output never has more units than were read; WtoUTF16 measures and
 // copies consistently.
-// fuzz-link: strings
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

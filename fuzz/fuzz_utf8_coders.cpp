@@ -2,7 +2,6 @@
 // without a stray-byte failure; re-encoding what was decoded and decoding again is stable; the
 // bounded decoder never reads past its limit (ASan) and agrees with the unbounded one when the
 // limit covers the whole input.
-// fuzz-link: strings
 #include <cstdint>
 #include <cstdlib>
 #include <string>

@@ -5,7 +5,6 @@
 //  - ToStdStringUtf8 likewise for the input read as UTF-16 units.
 //  - Valid UTF-16 round-trips exactly, and the platform layer's converter (Utf8FromUtf16)
 //    agrees with the facet on it.
-// fuzz-link: strings
 #include <codecvt>
 #include <cstdint>
 #include <cstdlib>

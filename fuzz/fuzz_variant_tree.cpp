@@ -1,4 +1,3 @@
-// fuzz-link: variant types strings
 //
 // Builds a variant tree from the input (a small stack machine: append scalars and lists, go
 // down and up, rename, delete, change run types) and checks invariants that must hold for any

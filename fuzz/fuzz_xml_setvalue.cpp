@@ -1,7 +1,6 @@
 // Fuzzes parsing of byte input.  Checks: no crash; whatever parses serialises to text that
 // parses again (compact and pretty); the text content survives the round trip (CR excepted, which
 // parsing normalises to LF); a second round trip is stable.
-// fuzz-link: xmltree strings
 #include <cstdint>
 #include <cstdlib>
 #include <string>

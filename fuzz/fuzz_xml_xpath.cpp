@@ -2,7 +2,6 @@
 // result codes; every node returned belongs to the document (or is a null positional entry);
 // the three query forms agree with each other (a final attribute step is refused only by the
 // node-set forms).
-// fuzz-link: xmltree strings
 #include <cstdint>
 #include <cstdlib>
 #include <string>

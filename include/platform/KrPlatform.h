@@ -55,12 +55,16 @@ ORVIK_PLATFORM_API void DiagAssertW(const wchar_t *condition, const wchar_t *sou
  * bracketed condition. ORVIK_DIAG=quiet silences it as well. */
 ORVIK_PLATFORM_API void DiagOutputExW(const wchar_t *source, int line, const wchar_t *format, ...);
 
-/* Checks `cond`; when it is false, reports it with its text as written, the source path and the
- * current line.  Evaluates `cond` exactly once.  Usage:
- *   KR_ASSERTW(index < count, L"variant/CKrList", L"Error: index %d out of range", index); */
+/* The library's one way to report misuse.  KR_REPORTW reports with a condition text given as it
+ * stands (texts that the interface fixes, kept as named constants where they are used);
+ * KR_ASSERTW checks `cond`, evaluated exactly once, and when it is false reports it with its text
+ * as written in the code.  Both add the current line.  Usage:
+ *   KR_ASSERTW(index < count, L"variant/CKrList", L"Error: index %d out of range", index);
+ *   KR_REPORTW(kConditionTypeChange, L"variant/CKrVariant", L"Error: ..."); */
+#define KR_REPORTW(conditionText, source, ...) DiagAssertW(conditionText, source, __LINE__, __VA_ARGS__)
 #define KR_ASSERTW(cond, source, ...)                                                              \
     do {                                                                                           \
-        if (!(cond)) DiagAssertW(KR_WIDEN(#cond), source, __LINE__, __VA_ARGS__);                  \
+        if (!(cond)) KR_REPORTW(KR_WIDEN(#cond), source, __VA_ARGS__);                             \
     } while (0)
 
 /* ---------------------------------------------------------------------------------------------

@@ -2,6 +2,8 @@
 #ifndef ORVIK_TESTS_DIAGCAPTURE_H
 #define ORVIK_TESTS_DIAGCAPTURE_H
 
+#include <gtest/gtest.h>
+
 #include <mutex>
 #include <string>
 #include <vector>
@@ -82,5 +84,26 @@ private:
     mutable std::mutex lock_;
     std::vector<DiagRecord> records_;
 };
+
+// The usual check after a call that must report misuse: exactly one report was captured, an
+// assertion, with this message and, where given (non-empty), this condition text and source.
+inline ::testing::AssertionResult expectReport(DiagCapture const &diag, std::wstring const &message,
+                                               std::wstring const &condition = {},
+                                               std::wstring const &source = {}) {
+    auto const records = diag.records();
+    auto narrow = [](std::wstring const &w) { return std::string(w.begin(), w.end()); };
+    if (records.size() != 1)
+        return ::testing::AssertionFailure() << records.size() << " reports, expected one: \""
+                                             << narrow(message) << "\"";
+    DiagRecord const &r = records[0];
+    if (r.kind != 0) return ::testing::AssertionFailure() << "a running diagnostic, not an assertion";
+    if (r.message != message)
+        return ::testing::AssertionFailure() << "message \"" << narrow(r.message) << "\"";
+    if (!condition.empty() && r.condition != condition)
+        return ::testing::AssertionFailure() << "condition \"" << narrow(r.condition) << "\"";
+    if (!source.empty() && r.source != source)
+        return ::testing::AssertionFailure() << "source \"" << narrow(r.source) << "\"";
+    return ::testing::AssertionSuccess();
+}
 
 #endif
