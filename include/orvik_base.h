@@ -29,6 +29,13 @@
 #include "xmltree/CKrXMLNodeSet.h"
 #include "xmltree/CKrXMLTree.h"
 
+#include "serializerxml/CKrClass.h"
+#include "serializerxml/CKrSerializerXMLString.h"
+#include "serializerxml/CKrXMLAPI.h"
+#include "serializerxml/IKrInterface.h"
+#include "serializerxml/IKrSerializer.h"
+#include "serializerxml/KrCreateObject.h"
+
 #include "json/CKrJson.h"
 #include "json/CKrJsonArray.h"
 #include "json/CKrJsonObject.h"
