@@ -78,7 +78,14 @@ public:
     // its child count.  -9 when not found or not a level.
     int LevelBegin(wchar_t const *name, unsigned int *count = nullptr);
     int CurrentLevelBegin(unsigned int *count = nullptr);  // enters the level at the position
-    // Leaves the current level; the position becomes the item after it.  -9 at the top.
+    // Leaves the current level; the position becomes the item after it (so that by-name reads
+    // in writing order stay on the fast path).  A walk in order therefore tests the position
+    // after LevelEnd instead of calling NextValue:
+    //   for (bool more = r.FirstValue() == 0; more;) {
+    //       if (r.GetCurrentType() == krLVT_LEVEL) { r.CurrentLevelBegin(); ...; r.LevelEnd();
+    //                                                more = r.GetCurrentType() != krLVT_NONE; }
+    //       else { ...; more = r.NextValue() == 0; } }
+    // -9 at the top.
     int LevelEnd();
     int GetDepth() const { return m_depth; }
     // The type code at the position (EKrLiteVariantType); krLVT_NONE when there is no readable
