@@ -79,18 +79,21 @@ int monthDaysChecked(CKrDateTime::Month month, int year) {
 }
 
 // The own path's common case in one piece: valid fields, a year outside 1970..2037 and after
-// the first day with a day number, and a result that fits.  Every condition is computed without
-// a data-dependent branch; false sends the call through compose, which checks and reports
-// everything in its order.
+// the first day with a day number, and a result that fits.  The day is checked against the
+// month's length in a common year (a day every year has; 29 February takes the checked way,
+// which knows leap years).  Every condition is computed without a data-dependent branch; false
+// sends the call through compose, which checks and reports everything in its order.
 [[gnu::always_inline]] inline bool composeOwnFast(unsigned short day, CKrDateTime::Month month,
                                                   int year, unsigned short hour,
                                                   unsigned short minute, unsigned short second,
                                                   unsigned short millisec, kr_int64 &value) {
     const unsigned mon = static_cast<unsigned>(month);
-    const bool ok = isTimeOfDay(hour, minute, second, millisec) & isDayOfMonth(day, month, year) &
-                    !composesThroughRuntime(year) & (year > JDN_0_YEAR);
-    const bool fits = ownPathValue(daysFromCivil(year, mon < 12 ? mon : 0u, day), hour, minute,
-                                   second, millisec, value);
+    const unsigned safeMon = mon < 12 ? mon : 0u;
+    const bool ok = isTimeOfDay(hour, minute, second, millisec) & (mon < 12) & (day != 0) &
+                    (day <= kDaysInMonth[safeMon]) & !composesThroughRuntime(year) &
+                    (year > JDN_0_YEAR);  // also excludes Inv_Year
+    const bool fits =
+        ownPathValue(daysFromCivil(year, safeMon, day), hour, minute, second, millisec, value);
     return ok & fits;
 }
 
@@ -279,7 +282,7 @@ CKrDateTime::Tm CKrDateTime::GetTm(const TimeZone &tz) const {
     tm.sec = static_cast<unsigned short>((timeOfDay / 1000) % 60);
     tm.min = static_cast<unsigned short>((timeOfDay / 60000) % 60);
     tm.hour = static_cast<unsigned short>(timeOfDay / 3600000);
-    tm.yday = static_cast<unsigned short>(daysBefore(date.month, date.year) + date.day - 1);
+    tm.yday = static_cast<unsigned short>(daysBefore(date.month, tm.year) + date.day - 1);
     tm.tz = tz;
     return tm;  // wday stays Inv_WeekDay: computed on demand
 }

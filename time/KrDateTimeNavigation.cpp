@@ -16,7 +16,7 @@ CKrDateTime::WeekFlags resolveFlags(CKrDateTime::WeekFlags flags) {
 }
 
 // Week of the year of a date (month 0..11) under resolved flags.
-int weekOfYear(int mday, int month, kr_int64 year, CKrDateTime::WeekFlags flags) {
+int weekOfYear(int mday, int month, int year, CKrDateTime::WeekFlags flags) {
     const int yday = daysBefore(month, year) + mday;  // 1-based
     int wd = weekDayOf(mday, static_cast<unsigned>(month), year);
     if (flags != CKrDateTime::Sunday_First) wd = (wd + 6) % 7;  // Monday-based index

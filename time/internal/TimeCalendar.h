@@ -54,10 +54,11 @@ constexpr const wchar_t *kJdnEpochCondition = L"!isBeforeJdnEpoch(day, month, ye
 
 // ---- leap years and month tables -----------------------------------------------------------
 // Gregorian leap year: divisible by 4 and (not by 100, or by 400).  Divisible by 400 <=> by 100
-// and by 16; the masks are exact for negative years too.  Branch-free, for int and 64-bit years.
+// and by 16; the masks are exact for negative years too.  Three years in four are settled by
+// the first test alone.
 template <class Year>
 constexpr bool isGregorianLeap(Year year) {
-    return ((year & 3) == 0) & (((year % 100) != 0) | ((year & 15) == 0));
+    return (year & 3) == 0 && ((year % 100) != 0 || (year & 15) == 0);
 }
 
 // Indexed by leap * 12 + month.
@@ -101,25 +102,34 @@ constexpr kr_int64 wrapMul(kr_int64 a, kr_int64 b) {
 
 // ---- day numbers ---------------------------------------------------------------------------
 // Days from 1970-01-01 to a proleptic Gregorian date (month 0..11; the day counts on linearly,
-// so 0 is the last day of the month before).  Exact for every year whose day count fits 64 bits;
-// floor division by whole 400-year eras keeps negative years exact.  Branch-free.
-constexpr kr_int64 daysFromCivil(kr_int64 year, unsigned month, kr_int64 day) {
+// so 0 is the last day of the month before), exact for every int year.  This is the day-number
+// formula day + (153 m' + 2) / 5 + 365 y + y/4 - y/100 + y/400 - 32046 on the March-based year
+// y counted from -4800; a year before that is first moved up by whole 400-year cycles (which
+// keep every calendar rule), so that all divisions are unsigned 32-bit ones by constants.
+constexpr kr_int64 daysFromCivil(int year, unsigned month, kr_int64 day) {
     const unsigned beforeMarch = month < 2 ? 1u : 0u;  // January and February: previous year
-    const kr_int64 y = year - beforeMarch;             // March-based year
-    const kr_int64 era = (y >= 0 ? y : y - 399) / 400;
-    const kr_uint32 yoe = static_cast<kr_uint32>(y - era * 400);     // [0, 399]
-    const kr_uint32 mp = month + 12u * beforeMarch - 2u;             // March-based month, [0, 11]
-    const kr_uint32 doy = (153u * mp + 2u) / 5u;                     // [0, 337] days before it
-    const kr_uint32 doe = yoe * 365u + yoe / 4u - yoe / 100u + doy;  // [0, 146096]
-    return era * 146097 + static_cast<kr_int64>(doe) + day - 1 - 719468;
+    kr_int64 y = static_cast<kr_int64>(year) + 4800 - beforeMarch;
+    kr_int64 cycles = 0;
+    if (y < 0) {  // years before -4800 only
+        cycles = (399 - y) / 400;
+        y += 400 * cycles;
+    }
+    const kr_uint32 u = static_cast<kr_uint32>(y);        // [0, 2^31 + 4800)
+    const kr_uint32 mp = month + 12u * beforeMarch - 2u;  // March-based month, [0, 11]
+    const kr_uint64 days =
+        365 * static_cast<kr_uint64>(u) + u / 4u - u / 100u + u / 400u + (153u * mp + 2u) / 5u;
+    return static_cast<kr_int64>(days) - 146097 * cycles - 32046 - kUnixEpochJdn + day;
 }
+
+static_assert(daysFromCivil(1970, 0, 1) == 0 && daysFromCivil(2000, 2, 1) == 11017 &&
+              daysFromCivil(1969, 11, 31) == -1 && daysFromCivil(-4713, 10, 25) == -2440587);
 
 // The first date that has a day number: 24 November -4713.
 constexpr int JDN_0_YEAR = -4713;
 constexpr int JDN_0_MONTH = CKrDateTime::Nov;
 constexpr int JDN_0_DAY = 24;
 
-constexpr bool isBeforeJdnEpoch(int day, int month, kr_int64 year) {
+constexpr bool isBeforeJdnEpoch(int day, int month, int year) {
     if (year != JDN_0_YEAR) return year < JDN_0_YEAR;
     if (month != JDN_0_MONTH) return month < JDN_0_MONTH;
     return day < JDN_0_DAY;
@@ -130,7 +140,7 @@ void reportBeforeJdnEpoch();
 // The day number of a date, counting the day that BEGINS at midnight (one less than the usual
 // noon-based count: 1970-01-01 is 2440587).  Dates before 24 November -4713 report "date out of
 // range - can't convert to JDN" and give 0.
-inline kr_int64 jdnFromDate(int day, int month, kr_int64 year) {
+inline kr_int64 jdnFromDate(int day, int month, int year) {
     if (isBeforeJdnEpoch(day, month, year)) {
         reportBeforeJdnEpoch();
         return 0;
@@ -171,7 +181,7 @@ constexpr CivilDate dateFromJdn(kr_int64 jdn) {
 constexpr int weekDayFromDays(kr_int64 days) { return static_cast<int>(floorMod(days + 4, 7)); }
 
 // Weekday of a date (month 0..11), on any day of any year.
-constexpr int weekDayOf(kr_int64 day, unsigned month, kr_int64 year) {
+constexpr int weekDayOf(kr_int64 day, unsigned month, int year) {
     return weekDayFromDays(daysFromCivil(year, month, day));
 }
 
