@@ -103,13 +103,11 @@ CKrDateTime::WeekDay CKrDateTime::Tm::GetWeekDay() const {
 }
 
 void CKrDateTime::Tm::AddMonths(int n) {
-    const kr_int64 total = static_cast<kr_int64>(year) * 12 + static_cast<kr_int64>(mon) + n;
-    const kr_int64 newYear = floorDiv(total, 12);
-    const kr_int64 newMonth = floorMod(total, 12);
-    if (!KR_DT_CHECK(newYear >= INT32_MIN && newYear <= INT32_MAX && newMonth >= 0 && newMonth < 12,
-                     L"logic error in AddMonths function"))
-        return;
-    year = static_cast<kr_int32>(newYear);
+    kr_int32 newYear;
+    int newMonth;
+    const bool inRange = shiftMonths(year, mon, n, newYear, newMonth);
+    if (!KR_DT_CHECK(inRange, L"logic error in AddMonths function")) return;
+    year = newYear;
     mon = static_cast<Month>(newMonth);
     wday = Inv_WeekDay;
 }

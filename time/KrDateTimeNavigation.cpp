@@ -35,15 +35,14 @@ CKrDateTime &CKrDateTime::Add(const CKrDateSpan &span) {
     if (static_cast<unsigned>(tm.mon) >= 12) return *this;  // break-down failed (reported)
     const Tm before = tm;
 
-    const kr_int64 total =
-        (static_cast<kr_int64>(tm.year) + span.GetYears()) * 12 + tm.mon + span.GetMonths();
-    const kr_int64 year = floorDiv(total, 12);
-    const kr_int64 month = floorMod(total, 12);
+    kr_int32 year;
+    int month;
     // INT32_MIN is excluded: as a year argument it would mean "the current year".
-    if (!KR_DT_CHECK(month >= 0 && month < 12 && year > INT32_MIN && year <= INT32_MAX,
-                     L"logic error in AddMonths function"))
-        return *this;
-    tm.year = static_cast<kr_int32>(year);
+    const bool inRange = shiftMonths(static_cast<kr_int64>(tm.year) + span.GetYears(), tm.mon,
+                                     span.GetMonths(), year, month) &&
+                         year != INT32_MIN;
+    if (!KR_DT_CHECK(inRange, L"logic error in AddMonths function")) return *this;
+    tm.year = year;
     tm.mon = static_cast<Month>(month);
     const int monthDays = daysIn(tm.mon, tm.year);
     if (tm.mday > monthDays) tm.mday = static_cast<unsigned short>(monthDays);

@@ -100,6 +100,19 @@ constexpr kr_int64 wrapMul(kr_int64 a, kr_int64 b) {
     return static_cast<kr_int64>(static_cast<kr_uint64>(a) * static_cast<kr_uint64>(b));
 }
 
+// The year and month (0..11) that lie `months` after `year` and `month` (a month index beyond
+// 0..11 counts on into the following years).  False, and nothing stored, when that year leaves
+// the int range.
+constexpr bool shiftMonths(kr_int64 year, kr_int64 month, kr_int64 months, kr_int32 &outYear,
+                           int &outMonth) {
+    const kr_int64 total = year * 12 + month + months;
+    const kr_int64 y = floorDiv(total, 12);
+    if (y < INT32_MIN || y > INT32_MAX) return false;
+    outYear = static_cast<kr_int32>(y);
+    outMonth = static_cast<int>(floorMod(total, 12));
+    return true;
+}
+
 // ---- day numbers ---------------------------------------------------------------------------
 // Days from 1970-01-01 to a proleptic Gregorian date (month 0..11; the day counts on linearly,
 // so 0 is the last day of the month before), exact for every int year.  This is the day-number
