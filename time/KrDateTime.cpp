@@ -133,7 +133,7 @@ CKrDateTime &CKrDateTime::Set(long long t) {
 }
 
 CKrDateTime &CKrDateTime::Set(double jdn) {
-    const double ms = (jdn - 2440587.5 + 1e-8) * 86400000.0;
+    const double ms = (jdn - kUnixEpochJulianDay + 1e-8) * kMsPerDayDouble;
     // The double nearest 2^63 is 2^63 itself, so a strict comparison keeps the cast defined.
     if (!KR_DT_CHECK(std::isfinite(ms) && ms > -9223372036854775808.0 && ms < 9223372036854775808.0,
                      L"JDN out of range"))
@@ -417,12 +417,12 @@ kr_int64 CKrDateTime::GetTicks() const {
 
 double CKrDateTime::GetJulianDayNumber() const {
     checkValid();
-    return static_cast<double>(m_value) / 86400000.0 + 2440587.5;
+    return static_cast<double>(m_value) / kMsPerDayDouble + kUnixEpochJulianDay;
 }
 
 namespace {
 kr_int64 jdnToUnix(double jdn, double unitsPerDay) {
-    const double r = (jdn - 2440587.5) * unitsPerDay;
+    const double r = (jdn - kUnixEpochJulianDay) * unitsPerDay;
     if (!KR_DT_CHECK(std::isfinite(r) && r > -9223372036854775808.0 && r < 9223372036854775808.0,
                      L"JDN out of range"))
         return -1;
@@ -431,7 +431,9 @@ kr_int64 jdnToUnix(double jdn, double unitsPerDay) {
 }  // namespace
 
 kr_int64 CKrDateTime::ConvertJDNToUnixFormat(double jdn) { return jdnToUnix(jdn, 86400.0); }
-kr_int64 CKrDateTime::ConvertJDNToUnixFormatMs(double jdn) { return jdnToUnix(jdn, 86400000.0); }
+kr_int64 CKrDateTime::ConvertJDNToUnixFormatMs(double jdn) {
+    return jdnToUnix(jdn, kMsPerDayDouble);
+}
 
 // ---- zones ------------------------------------------------------------------------------------
 

@@ -20,6 +20,9 @@ constexpr const wchar_t *kTimeSpanSource = L"time/KrTimeSpan";
 constexpr kr_int64 kInvalidDateTime = INT64_MAX;
 constexpr kr_int64 kMsPerDay = 86400000;
 constexpr kr_int64 kUnixEpochJdn = 2440587;  // the day number of 1970-01-01 (see jdnFromDate)
+// The astronomical Julian Day of 1970-01-01 00:00 UTC (Julian days begin at noon).
+constexpr double kUnixEpochJulianDay = 2440587.5;
+constexpr double kMsPerDayDouble = 86400000.0;
 
 // ---- the runtime range ---------------------------------------------------------------------
 // Values in [0, kStdRangeEnd) are broken down by the C runtime (whole seconds fit a signed
