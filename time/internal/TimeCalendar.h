@@ -48,7 +48,8 @@ constexpr bool composesThroughRuntime(int year) {
 constexpr bool isTimeOfDay(unsigned hour, unsigned minute, unsigned second, unsigned millisec) {
     return (hour < 24) & (minute < 60) & (second < 62) & (millisec < 1000);
 }
-// Condition texts that callers' diagnostics filters match on; they predate the predicate above.
+// Condition texts as reported before the predicate above existed, kept so that captured
+// diagnostics keep matching them.
 constexpr const wchar_t *kTimeOfDayCondition =
     L"hour < 24 && second < 62 && minute < 60 && millisec < 1000";
 constexpr const wchar_t *kDayOfMonthCondition = L"day != 0 && day <= monthDays";
@@ -65,11 +66,14 @@ constexpr bool isGregorianLeap(Year year) {
 }
 
 // Indexed by leap * 12 + month.
-inline constexpr unsigned short kDaysInMonth[24] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31,
-                                                    31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-inline constexpr unsigned short kDaysBeforeMonth[24] = {0,   31,  59,  90,  120, 151, 181, 212,
-                                                        243, 273, 304, 334, 0,   31,  60,  91,
-                                                        121, 152, 182, 213, 244, 274, 305, 335};
+// clang-format off
+inline constexpr unsigned short kDaysInMonth[24] = {
+    31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31,
+    31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+inline constexpr unsigned short kDaysBeforeMonth[24] = {
+    0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334,
+    0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335};
+// clang-format on
 
 // Days in / before a month known to be 0..11 of a proleptic Gregorian year.
 template <class Year>
