@@ -25,8 +25,10 @@ public:
     bool run(std::wstring &out, Msg *msg) {
         m_out.reserve(m_t.n + m_t.n / 2);
         bool ok = document();
-        if (!ok) *msg = m_msg;
-        else out.swap(m_out);
+        if (!ok)
+            *msg = m_msg;
+        else
+            out.swap(m_out);
         return ok;
     }
 
@@ -108,11 +110,8 @@ private:
             bool object = c == L'{';
             ++m_i;
             skip();
-            if (at(m_i) == (object ? L'}' : L']') && m_i < m_t.n) {
-                m_out += object ? L"{}" : L"[]";
-                ++m_i;
-                return true;
-            }
+            // No empty containers, as in the readers: a closing brace here fails as a missing
+            // member name, a closing bracket as a missing value.
             if (m_stack.size() >= size_t(CKrJson::kMaxDepth)) return fail(krjson::kErrDocDepth);
             m_out.push_back(c);
             m_stack.push_back(Frame{object, {}});
@@ -122,24 +121,28 @@ private:
         }
         ptrdiff_t len = 0;
         switch (c) {
-        case L'n': case L'N':
-            len = krjson::scanNull(m_t, m_i);
-            if (len > 0) m_out += L"null";
-            break;
-        case L't': case L'T': case L'f': case L'F': {
-            bool b = false;
-            len = krjson::scanBool(m_t, m_i, &b);
-            if (len > 0) m_out += b ? L"true" : L"false";
-            break;
-        }
-        case L'"':
-            len = krjson::scanString(m_t, m_i, &m_msg);
-            if (len > 0) writeString(m_i, size_t(len));
-            break;
-        default:
-            len = krjson::scanNumber(m_t, m_i, nullptr, nullptr, &m_msg);
-            if (len > 0) writeNumber(m_i, size_t(len));
-            break;
+            case L'n':
+            case L'N':
+                len = krjson::scanNull(m_t, m_i);
+                if (len > 0) m_out += L"null";
+                break;
+            case L't':
+            case L'T':
+            case L'f':
+            case L'F': {
+                bool b = false;
+                len = krjson::scanBool(m_t, m_i, &b);
+                if (len > 0) m_out += b ? L"true" : L"false";
+                break;
+            }
+            case L'"':
+                len = krjson::scanString(m_t, m_i, &m_msg);
+                if (len > 0) writeString(m_i, size_t(len));
+                break;
+            default:
+                len = krjson::scanNumber(m_t, m_i, nullptr, nullptr, &m_msg);
+                if (len > 0) writeNumber(m_i, size_t(len));
+                break;
         }
         if (len == 0) return fail(expectedValue());
         if (len < 0) return false;
