@@ -6,7 +6,7 @@
 #include <mutex>
 #include <new>
 
-#include "variant/CKrListDiag.h"
+#include "variant/internal/ListReport.h"
 
 namespace {
 

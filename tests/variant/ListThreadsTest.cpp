@@ -5,7 +5,7 @@
 #include <atomic>
 
 #include "common/DiagCapture.h"
-#include "list_test_util.h"
+#include "ListTestSupport.h"
 #include "variant/CKrList.h"
 #include "variant/CKrListTyped.h"
 
