@@ -1,6 +1,6 @@
 // Scanning core of the JSON classes: locating items, number values, string decoding and the
 // shallow readers.  Every loop is bounded by the text length; nothing recurses.
-#include "json/JsonScan.h"
+#include "json/internal/JsonScan.h"
 
 #include <algorithm>
 #include <charconv>
@@ -10,9 +10,9 @@
 #include <cwctype>
 #include <string>
 
-#include "json/JsonMembers.h"
+#include "json/internal/JsonMembers.h"
 
-namespace krjson {
+namespace orvik::detail::json {
 
 Text textOf(CKrStringW const &s) {
     std::wstring const &w = s.GetStdString();
@@ -414,4 +414,4 @@ bool queryString(Text t, CKrStringW *value, Msg *msg) {
     return true;
 }
 
-}  // namespace krjson
+}  // namespace orvik::detail::json
