@@ -101,8 +101,8 @@ std::vector<Item> generate(Input &in, std::string &narrowText, std::wstring &wid
         }
         uint8_t const f = in.byte();
         const char flagChars[] = "-+ #0'";
-        for (int b = 0; b < 6; ++b)
-            if (f & (1 << b)) it.flags += flagChars[b];
+        for (int b = 0; b < 6; ++b)  // half the directives without flags (the plain ones)
+            if ((f & 1) && (f & (2 << b))) it.flags += flagChars[b];
         uint8_t const w = in.byte();
         it.width = w % 16 < 10   ? kNone
                    : w % 16 < 13 ? kDigits

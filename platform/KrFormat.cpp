@@ -356,12 +356,45 @@ int callFormat(wchar_t *buf, size_t n, wchar_t const *spec, Directive const &d, 
     return std::swprintf(buf, n, spec, v);
 }
 
+// The plain integer directive ("%d", "%lu", "%x": no flags, width or precision), the most
+// common of all, is written here without the C library; it needs no locale.  snprintf stays the
+// reference: the format fuzz target compares the two over random values.
+template <class C, class V>
+bool appendPlainInteger(std::basic_string<C> &out, size_t start, Directive const &d, V value) {
+    using U = std::make_unsigned_t<V>;
+    if (d.size == Size::HH)
+        value = std::is_signed_v<V> ? V(static_cast<signed char>(value))
+                                    : V(static_cast<unsigned char>(value));
+    else if (d.size == Size::H)
+        value = std::is_signed_v<V> ? V(static_cast<short>(value))
+                                    : V(static_cast<unsigned short>(value));
+    bool const negative = std::is_signed_v<V> && value < V(0);
+    U magnitude = negative ? U(U(0) - U(value)) : U(value);
+    unsigned const base = d.conv == 'o' ? 8 : (d.conv == 'x' || d.conv == 'X') ? 16 : 10;
+    char const *const digits = d.conv == 'X' ? "0123456789ABCDEF" : "0123456789abcdef";
+    C buf[32];
+    size_t k = sizeof buf / sizeof buf[0];
+    do {
+        buf[--k] = C(digits[magnitude % base]);
+        magnitude /= base;
+    } while (magnitude);
+    if (negative) buf[--k] = C('-');
+    size_t const n = sizeof buf / sizeof buf[0] - k;
+    if (out.size() - start + n > kMaxResult) return false;
+    out.append(buf + k, n);
+    return true;
+}
+
 // Numbers are formatted by the narrow snprintf, which measures exactly.  In a wide output the
 // ASCII result is widened; a locale whose decimal point or grouping lies beyond ASCII is left to
 // swprintf, in a buffer as long as the narrow result (never too small: a wide result has at most
 // as many units as the narrow one has bytes), so its -1 can only mean a real failure.
 template <class C, class V>
 bool appendNumber(std::basic_string<C> &out, size_t start, Directive const &d, V value) {
+    if constexpr (std::is_integral_v<V>) {
+        if (d.flags == 0 && !d.hasWidth && !d.hasPrecision)
+            return appendPlainInteger(out, start, d, value);
+    }
     char spec[16];
     buildSpec(d, spec);
     char small[128];
