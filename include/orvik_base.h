@@ -23,8 +23,6 @@
 #include "variant/CKrVariantRunType.h"
 #include "variant/EKrKeyType.h"
 
-#include "xmltree/CKrXMLAttributeMap.h"
-#include "xmltree/CKrXMLMemory.h"
 #include "xmltree/CKrXMLNode.h"
 #include "xmltree/CKrXMLNodeSet.h"
 #include "xmltree/CKrXMLTree.h"

@@ -109,7 +109,7 @@ protected:
 
 private:
     int ParseBytes(char const *buffer, unsigned long long size);
-    friend struct CKrXMLTreeParser;
+    friend struct orvik::detail::XmlTreeParser;
 };
 
 #endif

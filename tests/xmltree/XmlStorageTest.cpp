@@ -27,8 +27,18 @@ std::vector<CKrXMLNode *> Children(CKrXMLNode *n) {
 
 std::vector<std::wstring> Names(CKrXMLNode const *n) {
     std::vector<std::wstring> names;
-    for (auto const &a : n->Attributes()) names.push_back(W(a.first));
+    CKrStringW name, value;
+    for (unsigned int i = 0; n->GetAttrAt(i, name, value) == 0; ++i) names.push_back(W(name));
     return names;
+}
+
+// "name=value" of every attribute in the node's order.
+std::vector<std::wstring> Pairs(CKrXMLNode const *n) {
+    std::vector<std::wstring> pairs;
+    CKrStringW name, value;
+    for (unsigned int i = 0; n->GetAttrAt(i, name, value) == 0; ++i)
+        pairs.push_back(W(name) + L"=" + W(value));
+    return pairs;
 }
 
 void ExpectSorted(CKrXMLNode const *n) {
@@ -54,7 +64,8 @@ CKrXMLNode *ParseOne(CKrXMLTree &tree, std::wstring const &xml) {
 // them; lookups, replacement and removal keep the order.
 TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
     // Reverse order, a shared prefix, units above 0x7F and above 0x7FFF, and a long list.
-    std::vector<std::wstring> names = {L"zeta", L"z", L"\u00E9", L"\uAC00", L"ab", L"a", L"B", L"_"};
+    std::vector<std::wstring> names = {L"zeta", L"z", L"\u00E9", L"\uAC00",
+                                       L"ab",   L"a", L"B",      L"_"};
     for (int i = 40; i > 0; --i) names.push_back(L"n" + std::to_wstring(i));
     std::wstring xml = L"<e";
     CKrXMLNode built(krXML_ELEMENT, L"e");
@@ -67,7 +78,7 @@ TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
     CKrXMLTree tree;
     CKrXMLNode *parsed = ParseOne(tree, xml);
     ASSERT_NE(parsed, nullptr);
-    EXPECT_TRUE(parsed->Attributes() == built.Attributes());
+    EXPECT_EQ(Pairs(parsed), Pairs(&built));
     EXPECT_EQ(Compact(parsed), Compact(&built));
     ExpectSorted(parsed);
     EXPECT_EQ(Names(parsed).front(), L"B");
@@ -80,16 +91,17 @@ TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
         EXPECT_EQ(W(value), L"v" + std::to_wstring(i));
     }
     CKrStringW untouched(L"keep");
-    EXPECT_EQ(parsed->GetAttr(CKrStringW(L"n"), untouched), -13);  // a prefix of several names
+    EXPECT_EQ(parsed->GetAttr(CKrStringW(L"n"), untouched), -13);   // a prefix of several names
     EXPECT_EQ(parsed->GetAttr(CKrStringW(L"zz"), untouched), -13);  // beyond the last
     EXPECT_EQ(W(untouched), L"keep");
 
     // Replacing keeps the count, removing the first, a middle and the last entry keeps the rest.
-    size_t count = parsed->Attributes().size();
+    size_t count = parsed->GetAttrCount();
     parsed->SetAttr(CKrStringW(L"n20"), CKrStringW(L"new"));
-    EXPECT_EQ(parsed->Attributes().size(), count);
-    for (wchar_t const *gone : {L"B", L"n20", L"\uAC00", L"absent"}) parsed->DeleteAttr(CKrStringW(gone));
-    EXPECT_EQ(parsed->Attributes().size(), count - 3);
+    EXPECT_EQ(parsed->GetAttrCount(), count);
+    for (wchar_t const *gone : {L"B", L"n20", L"\uAC00", L"absent"})
+        parsed->DeleteAttr(CKrStringW(gone));
+    EXPECT_EQ(parsed->GetAttrCount(), count - 3);
     EXPECT_FALSE(parsed->AttrExist(CKrStringW(L"n20")));
     EXPECT_TRUE(parsed->AttrExist(CKrStringW(L"n2")));
     EXPECT_TRUE(parsed->AttrExist(CKrStringW(L"n21")));
@@ -207,7 +219,7 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
         EXPECT_EQ(node->GetAttr(CKrStringW(L"id"), id), s == 3 ? -13 : 0) << s;
         EXPECT_EQ(W(id), s == 3 ? L"" : n) << s;
     }
-    EXPECT_EQ(survivors[1]->Attributes().size(), 53u);
+    EXPECT_EQ(survivors[1]->GetAttrCount(), 53u);
     EXPECT_EQ(Compact(survivors[0]), L"<i a=\"&amp;0\" b=\"bee0\" id=\"0\">text 0</i>");
     EXPECT_EQ(Compact(survivors[2]), L"<i a=\"&amp;777\" id=\"777\">text 777</i>");
     EXPECT_EQ(Compact(survivors[3]), L"<i>text 5000</i>");
@@ -232,7 +244,8 @@ TEST(XmlStorage, OutputSizingNeverLosesText) {
     CKrXMLNode *a = tree.AddChild(krXML_ELEMENT, L"a");
     a->SetAttr(CKrStringW(L"q"), CKrStringW(std::wstring(3000, L'"')));
     a->AddChild(krXML_TEXT, std::wstring(5000, L'&').c_str());
-    std::wstring expect = L"<a q=\"" + Repeat(L"&quot;", 3000) + L"\">" + Repeat(L"&amp;", 5000) + L"</a>";
+    std::wstring expect =
+        L"<a q=\"" + Repeat(L"&quot;", 3000) + L"\">" + Repeat(L"&amp;", 5000) + L"</a>";
     CKrStringW out(L"stale");
     ASSERT_EQ(tree.GetValue(out, true, true), 0);
     EXPECT_EQ(W(out), expect);
@@ -307,8 +320,8 @@ TEST(XmlStorage, OutputRoomIsMadeFromAnyPointOfTheWalk) {
         size_t capacity = fresh.GetStdString().capacity();
         EXPECT_LE(capacity, length + length / 4 + 64) << pretty;
 
-        for (size_t room : {size_t{1}, size_t{600}, length / 3, length / 2, length - 1, length,
-                            2 * length}) {
+        for (size_t room :
+             {size_t{1}, size_t{600}, length / 3, length / 2, length - 1, length, 2 * length}) {
             CKrStringW out;
             out.Preallocate(static_cast<int>(room));
             ASSERT_EQ(tree.GetValue(out, true, pretty), 0);
