@@ -235,29 +235,30 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
     EXPECT_EQ(Children(&copy).size(), keep.size());
 }
 
-// The output is sized before writing; text that grows a lot when escaped, output appended to a
-// non-empty string and deep indentation must still come out whole.
-TEST(XmlStorage, OutputSizingNeverLosesText) {
-    CKrXMLTree tree;
-    tree.SetUseXMLHeader(false);
-    tree.SetPrettyXML(false);
-    CKrXMLNode *a = tree.AddChild(krXML_ELEMENT, L"a");
-    a->SetAttr(CKrStringW(L"q"), CKrStringW(std::wstring(3000, L'"')));
-    a->AddChild(krXML_TEXT, std::wstring(5000, L'&').c_str());
-    std::wstring expect =
-        L"<a q=\"" + Repeat(L"&quot;", 3000) + L"\">" + Repeat(L"&amp;", 5000) + L"</a>";
-    CKrStringW out(L"stale");
-    ASSERT_EQ(tree.GetValue(out, true, true), 0);
-    EXPECT_EQ(W(out), expect);
+// The writer reserves room once, when the string first runs short, from a measure of what is
+// left to write (taken wherever the walk stands then; escapes are not in the measure).  Whatever
+// room the string has, whatever it holds already and however much the text grows when escaped,
+// the output must come out whole.
+TEST(XmlStorage, OutputIsWholeWhateverRoomTheStringHas) {
+    struct Doc {
+        char const *what;
+        CKrXMLNode *root;
+        std::wstring compact;  // known independently of the writer
+    };
+    std::vector<Doc> docs;
 
-    CKrStringW appended(L"prefix:");
-    ASSERT_EQ(a->GetValue(appended, false, false), 0);
-    EXPECT_EQ(W(appended), L"prefix:" + expect);
+    // Text and a value made only of characters that escape (5 to 6 times their length).
+    CKrXMLNode escapes(krXML_ELEMENT, L"a");
+    escapes.SetAttr(CKrStringW(L"q"), CKrStringW(std::wstring(3000, L'"')));
+    escapes.AddChild(krXML_TEXT, std::wstring(5000, L'&').c_str());
+    docs.push_back(
+        {"escapes", &escapes,
+         L"<a q=\"" + Repeat(L"&quot;", 3000) + L"\">" + Repeat(L"&amp;", 5000) + L"</a>"});
 
     // Constructs far larger than the writer's buffer (a start tag with a 100,000-unit value and
     // thousands of attributes, a 200,000-unit text) between small ones.
     CKrXMLNode big(krXML_ELEMENT, L"big");
-    std::wstring longValue, longText, escapedValue, escapedText;
+    std::wstring longValue, longText, escapedValue, escapedText, manyAttrs;
     for (int i = 0; i < 100000; ++i) {
         wchar_t c = i % 97 == 0 ? L'<' : static_cast<wchar_t>(L'a' + i % 26);
         longValue += c;
@@ -269,7 +270,6 @@ TEST(XmlStorage, OutputSizingNeverLosesText) {
         escapedText += c == L'>' ? std::wstring(L"&gt;") : std::wstring(1, c);
     }
     big.SetAttr(CKrStringW(L"v"), CKrStringW(longValue));
-    std::wstring manyAttrs;
     for (int i = 0; i < 3000; ++i) {
         std::wstring name = L"k" + std::to_wstring(100000 + i);
         big.SetAttr(CKrStringW(name), CKrStringW(L"\""));
@@ -278,67 +278,56 @@ TEST(XmlStorage, OutputSizingNeverLosesText) {
     big.AddChild(krXML_ELEMENT, L"small")->AddChild(krXML_TEXT, L"s");
     big.AddChild(krXML_TEXT, longText.c_str());
     big.AddChild(krXML_ELEMENT, L"e");
-    CKrStringW bigOut;
-    ASSERT_EQ(big.GetValue(bigOut, false, false), 0);
-    EXPECT_EQ(W(bigOut), L"<big" + manyAttrs + L" v=\"" + escapedValue + L"\"><small>s</small>" +
-                             escapedText + L"<e/></big>");
+    docs.push_back({"big", &big,
+                    L"<big" + manyAttrs + L" v=\"" + escapedValue + L"\"><small>s</small>" +
+                        escapedText + L"<e/></big>"});
+
+    // A parsed document of many small records, nested a few levels: its compact form is its
+    // input (attributes already in name order, nothing to escape).
+    std::wstring records = L"<set>";
+    for (int i = 0; i < 400; ++i) {
+        std::wstring n = std::to_wstring(i);
+        records += L"<rec id=\"" + n + L"\" kind=\"k" + std::to_wstring(i % 7) +
+                   L"\"><name>record " + n + L"</name><!-- note " + n +
+                   L" --><deep><deeper><deepest at=\"" + n + L"\">" + n +
+                   L"</deepest></deeper></deep></rec>";
+    }
+    records += L"</set>";
+    CKrXMLTree tree;
+    ASSERT_EQ(tree.SetValue(CKrStringW(records), true), 0);
+    docs.push_back({"records", tree.FirstChild(), records});
+
+    for (Doc const &d : docs) {
+        for (bool pretty : {false, true}) {
+            CKrStringW fresh;
+            ASSERT_EQ(d.root->GetValue(fresh, true, pretty), 0);
+            if (!pretty) {
+                EXPECT_EQ(W(fresh), d.compact) << d.what;
+            }
+            std::wstring const reference = W(fresh);  // pretty: the fresh string is the reference
+            size_t const length = reference.size();
+            for (size_t room :
+                 {size_t{1}, size_t{600}, length / 3, length / 2, length - 1, length, 2 * length}) {
+                for (wchar_t const *prefix : {L"", L"head:"}) {
+                    CKrStringW out(prefix);
+                    out.Preallocate(static_cast<int>(room));
+                    ASSERT_EQ(d.root->GetValue(out, true, pretty), 0);
+                    EXPECT_EQ(W(out), prefix + reference)
+                        << d.what << " room " << room << " pretty " << pretty;
+                }
+            }
+        }
+    }
 
     // 150 levels: indentation beyond one buffer's worth, and pretty empty elements.
-    CKrXMLNode *n = &tree;
+    CKrXMLTree deep;
+    deep.SetUseXMLHeader(false);
+    CKrXMLNode *n = &deep;
     for (int i = 0; i < 150; ++i) n = n->AddChild(krXML_ELEMENT, L"d");
-    tree.SetPrettyXML(true);
     CKrStringW pretty;
-    ASSERT_EQ(tree.GetValue(pretty, true, false), 0);
+    ASSERT_EQ(deep.GetValue(pretty, true, false), 0);
     std::wstring const &p = W(pretty);
     std::wstring deepest = std::wstring(3 * 149, L' ') + L"<d />\r\n";
     EXPECT_NE(p.find(L"\r\n" + deepest), std::wstring::npos);
     EXPECT_EQ(p.size() - p.rfind(L"</d>\r\n"), 6u);
-}
-
-// The writer reserves room once, when the output string first runs short: what is left to write
-// is measured from wherever the walk stands then.  Strings that already hold some room (kept
-// from an earlier call, or reserved by the caller) make that happen at every depth of the walk;
-// the text must not change, and a fresh result is allocated once with at most a quarter spare.
-TEST(XmlStorage, OutputRoomIsMadeFromAnyPointOfTheWalk) {
-    std::string xml = "<?xml version=\"1.0\"?><set>";
-    for (int i = 0; i < 400; ++i) {
-        std::string n = std::to_string(i);
-        xml += "<rec id=\"" + n + "\" kind=\"k" + std::to_string(i % 7) + "\"><name>record " + n +
-               "</name><!-- note " + n + " --><deep><deeper><deepest at=\"" + n + "\">" + n +
-               "</deepest></deeper></deep></rec>";
-    }
-    xml += "</set>";
-    CKrXMLTree tree;
-    ASSERT_EQ(tree.SetValue(xml.data(), xml.size(), true), 0);
-    for (bool pretty : {true, false}) {
-        tree.SetPrettyXML(pretty);
-        CKrStringW fresh;
-        ASSERT_EQ(tree.GetValue(fresh, true, pretty), 0);
-        std::wstring const reference = W(fresh);
-        size_t const length = reference.size();
-        ASSERT_GT(length, 40000u);
-        size_t capacity = fresh.GetStdString().capacity();
-        EXPECT_LE(capacity, length + length / 4 + 64) << pretty;
-
-        for (size_t room :
-             {size_t{1}, size_t{600}, length / 3, length / 2, length - 1, length, 2 * length}) {
-            CKrStringW out;
-            out.Preallocate(static_cast<int>(room));
-            ASSERT_EQ(tree.GetValue(out, true, pretty), 0);
-            EXPECT_EQ(W(out), reference) << "room " << room << " pretty " << pretty;
-            ASSERT_EQ(tree.GetValue(out, true, pretty), 0);  // the same string again
-            EXPECT_EQ(W(out), reference) << "room " << room << " pretty " << pretty;
-        }
-
-        // A node's output appends to what the string holds, with room short at some depth.
-        CKrXMLNode *set = tree.FirstChild();
-        CKrStringW whole;
-        ASSERT_EQ(set->GetValue(whole, true, pretty), 0);
-        for (size_t room : {size_t{10}, W(whole).size() / 2}) {
-            CKrStringW appended(L"head:");
-            appended.Preallocate(static_cast<int>(room));
-            ASSERT_EQ(set->GetValue(appended, true, pretty), 0);
-            EXPECT_EQ(W(appended), L"head:" + W(whole)) << room;
-        }
-    }
 }
