@@ -2,7 +2,8 @@
 // (Windows-1250, CP852, US-ASCII or UTF-8, converted by the tree before parsing) and the flags;
 // the rest is the document body.  Checks: loading gives 0 or -9 and nothing else; whatever
 // loads is saved in UTF-16, loads again and is saved to the same bytes (the same tree), and the
-// same through a UTF-8 file.
+// same through a UTF-8 file; with white space kept, the reloaded tree reads as the first one
+// through the node interface.
 //
 // Exceptions the tree documents, which the check allows for:
 //  - tab, LF and CR in attribute values come back as blanks, CR in text as LF: a tree holding
@@ -60,13 +61,50 @@ struct Flags {
     bool keepOrder;
 };
 
+// The tree as read through the node interface, independent of the writer: kinds, names,
+// attributes and comments in document order, adjacent text nodes joined (the parser gives each
+// piece of character data its own node, and the pieces move where the writer escapes).
+std::wstring Signature(CKrXMLNode *root) {
+    std::wstring sig;
+    bool inText = false;  // the last thing added was text
+    std::vector<CKrXMLNode *> work{root};
+    while (!work.empty()) {
+        CKrXMLNode *n = work.back();
+        work.pop_back();
+        if (n && n->NodeType() == krXML_TEXT) {
+            sig += (inText ? L"" : L"|") + n->Text().GetStdString();
+            inText = true;
+            continue;
+        }
+        inText = false;
+        if (!n) {
+            sig += L")";
+            continue;
+        }
+        CKrStringW body;  // a comment's body is only reachable through its text form
+        if (n->NodeType() == krXML_COMMENT) n->GetValue(body, false, false);
+        sig += L"\n" + std::to_wstring(n->NodeType()) + L":" + n->TagName().GetStdString() +
+               body.GetStdString();
+        CKrStringW name, value;
+        for (unsigned int i = 0; n->GetAttrAt(i, name, value) == 0; ++i)
+            sig += L" " + name.GetStdString() + L"=" + value.GetStdString();
+        sig += L"(";
+        work.push_back(nullptr);
+        std::vector<CKrXMLNode *> children;
+        for (CKrXMLNode *c = n->FirstChild(); c; c = c->Sibling()) children.push_back(c);
+        work.insert(work.end(), children.rbegin(), children.rend());
+    }
+    return sig;
+}
+
 // Loads `name` into a fresh tree and saves it as `to` in UTF-16; the load's result.
-int LoadAndSave(char const *name, char const *to, Flags f) {
+int LoadAndSave(char const *name, char const *to, Flags f, std::wstring *signature = nullptr) {
     CKrXMLTree t;
     t.SetKeepAttribsOrder(f.keepOrder);
     t.SetPrettyXML(false);  // pretty output adds white space that a reload does not give back
     int rc = t.LoadFromFile(PathOf(name), f.dropWhitespace);
     if (rc != 0) return rc;
+    if (signature) *signature = Signature(&t);
     if (t.SaveToFile(PathOf(to), false, false) != 0) abort();
     return 0;
 }
@@ -120,7 +158,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
     // UTF-16: what was saved loads again and is saved to the same bytes.
     if (first.SaveToFile(PathOf("a.xml"), false, false) != 0) abort();
-    if (LoadAndSave("a.xml", "b.xml", f) != 0) __builtin_trap();
+    std::wstring reloaded;
+    if (LoadAndSave("a.xml", "b.xml", f, &reloaded) != 0) __builtin_trap();
+    // Kept white space is carried exactly, so the reloaded tree reads as the first one did.
+    if (!inexact && !f.dropWhitespace && reloaded != Signature(&first)) __builtin_trap();
     std::string const a = Read("a.xml"), b = Read("b.xml");
     if (inexact) {
         // Normalised once, the tree is stable from then on.

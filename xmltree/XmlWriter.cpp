@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstring>
 #include <cwchar>
+#include <new>
 #include <string>
 #include <typeinfo>
 #include <vector>
@@ -318,7 +319,9 @@ struct XmlWriter::Walk {
                 // does not look at the child.
                 bool const textOnly = pretty && XmlWriter::IsTextOnly(n->m_pFirstChild);
                 bool const lineBreak = pretty && !textOnly;
-                XmlAttributeMap const &attributes = n->Attrs();
+                // The map in place, without a call per element (Attrs() lives in another file).
+                XmlAttributeMap const &attributes =
+                    *std::launder(reinterpret_cast<XmlAttributeMap const *>(n->m_attributes));
                 std::wstring const &attribsText = n->m_attribsText.GetStdString();
                 out.Write([&](auto &o) {
                     StartTag(o, content, attributes, attribsText, ind, lineBreak);
