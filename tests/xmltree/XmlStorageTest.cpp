@@ -127,59 +127,11 @@ TEST(XmlStorage, KeptAttributeOrderAndCopiesFollowTheMap) {
     EXPECT_EQ(Compact(e), L"<e a=\"1\" b=\"&quot;2\" c=\"&amp;3\"/>");
 }
 
-// Parsed nodes share blocks; every way a node can go must leave the others intact (the sanitizer
-// build checks the memory side).
-TEST(XmlStorage, ParsedNodesSurviveRemovalDetachAndReparse) {
-    auto item = [](int i) {
-        return L"<i n=\"" + std::to_wstring(i) + L"\">t" + std::to_wstring(i) + L"</i>";
-    };
-    std::wstring xml = L"<r>", expect = L"<r>";
-    for (int i = 0; i < 1000; ++i) xml += item(i);
-    for (int i = 2; i < 998; i += 2) expect += item(i);
-    auto *tree = new CKrXMLTree;
-    CKrXMLNode *r = ParseOne(*tree, xml + L"</r>");
-    ASSERT_NE(r, nullptr);
-
-    // Remove every second element (each with its text child), then the first and the last.
-    std::vector<CKrXMLNode *> items = Children(r);
-    ASSERT_EQ(items.size(), 1000u);
-    for (size_t i = 1; i < items.size(); i += 2) items[i]->Remove();
-    items[0]->Remove();
-    items[998]->Remove();
-    EXPECT_EQ(Compact(r), expect + L"</r>");
-
-    // Nodes added by hand among parsed ones, and a second parse into the same tree.
-    CKrXMLNode *added = items[2]->AddSibling(krXML_ELEMENT, L"added");
-    added->AddChild(krXML_TEXT, L"x");
-    ASSERT_EQ(tree->SetValue(CKrStringW(L"<second><s/></second>"), true), 0);
-    ASSERT_NE(r->Sibling(), nullptr);
-    EXPECT_EQ(W(r->Sibling()->TagName()), L"second");
-    items[4]->Remove();
-    added->Remove();
-
-    // The document's nodes handed to another owner (a shallow copy of the document, then the
-    // document forgets them) outlive the document and are destroyed with their new owner.
-    auto *holder = new CKrXMLNode(*tree);
-    tree->Init();
-    delete tree;
-    ASSERT_EQ(holder->FirstChild(), r);
-    EXPECT_EQ(W(items[10]->Text()), L"t10");
-    items[10]->AddChild(krXML_COMMENT, L"still usable");
-    EXPECT_EQ(Compact(items[10]), L"<i n=\"10\">t10<!--still usable--></i>");
-    items[12]->Remove();
-    delete holder;
-
-    // Construction in the caller's storage still works beside the node allocator.
-    alignas(CKrXMLNode) unsigned char storage[sizeof(CKrXMLNode)];
-    CKrXMLNode *placed = new (storage) CKrXMLNode(krXML_TEXT, L"p");
-    EXPECT_EQ(W(placed->Text()), L"p");
-    placed->~CKrXMLNode();
-}
-
 // A large parse fills blocks of growing size, with attribute arrays beside their nodes.  Survivors
 // spread over those blocks must stay whole while everything around them goes, also when their
-// attribute arrays are regrown, shrunk or emptied, and after the document itself is gone.
-TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
+// attribute arrays are regrown, shrunk or emptied, when nodes added by hand and a second parse
+// sit among them, and after the document itself is gone (the sanitizer build checks the memory).
+TEST(XmlStorage, SurvivorsOfALargeParseStayWhole) {
     std::string xml = "<r>";
     const int kItems = 20000;  // several megabytes of nodes: every block size is used
     for (int i = 0; i < kItems; ++i) {
@@ -203,6 +155,13 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
         survivors[1]->SetAttr(CKrStringW(L"x" + std::to_wstring(j)), CKrStringW(L"v"));
     survivors[2]->DeleteAttr(CKrStringW(L"b"));
     survivors[3]->DeleteAllAttributes();
+    // A node added by hand among parsed ones, and a second parse into the same tree.
+    CKrXMLNode *added = survivors[0]->AddSibling(krXML_ELEMENT, L"added");
+    added->AddChild(krXML_TEXT, L"x");
+    ASSERT_EQ(tree->SetValue(CKrStringW(L"<second><s/></second>"), true), 0);
+    ASSERT_NE(r->Sibling(), nullptr);
+    EXPECT_EQ(W(r->Sibling()->TagName()), L"second");
+    added->Remove();
 
     // Everything else goes, the document included (the survivors move to another owner).
     for (int i = 0; i < kItems; ++i)
@@ -220,6 +179,9 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
         EXPECT_EQ(W(id), s == 3 ? L"" : n) << s;
     }
     EXPECT_EQ(survivors[1]->GetAttrCount(), 53u);
+    survivors[4]->AddChild(krXML_COMMENT, L"still usable");
+    EXPECT_EQ(Compact(survivors[4]),
+              L"<i a=\"&amp;12345\" b=\"bee12345\" id=\"12345\">text 12345<!--still usable--></i>");
     EXPECT_EQ(Compact(survivors[0]), L"<i a=\"&amp;0\" b=\"bee0\" id=\"0\">text 0</i>");
     EXPECT_EQ(Compact(survivors[2]), L"<i a=\"&amp;777\" id=\"777\">text 777</i>");
     EXPECT_EQ(Compact(survivors[3]), L"<i>text 5000</i>");
@@ -233,6 +195,12 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
     ASSERT_NE(copy.FirstChild(), nullptr);
     EXPECT_EQ(Compact(copy.FirstChild()), L"<i a=\"&amp;0\" b=\"bee0\" id=\"0\">text 0</i>");
     EXPECT_EQ(Children(&copy).size(), keep.size());
+
+    // Construction in the caller's storage still works beside the node allocator.
+    alignas(CKrXMLNode) unsigned char storage[sizeof(CKrXMLNode)];
+    CKrXMLNode *placed = new (storage) CKrXMLNode(krXML_TEXT, L"p");
+    EXPECT_EQ(W(placed->Text()), L"p");
+    placed->~CKrXMLNode();
 }
 
 // The writer reserves room once, when the string first runs short, from a measure of what is
@@ -258,29 +226,19 @@ TEST(XmlStorage, OutputIsWholeWhateverRoomTheStringHas) {
     // Constructs far larger than the writer's buffer (a start tag with a 100,000-unit value and
     // thousands of attributes, a 200,000-unit text) between small ones.
     CKrXMLNode big(krXML_ELEMENT, L"big");
-    std::wstring longValue, longText, escapedValue, escapedText, manyAttrs;
-    for (int i = 0; i < 100000; ++i) {
-        wchar_t c = i % 97 == 0 ? L'<' : static_cast<wchar_t>(L'a' + i % 26);
-        longValue += c;
-        escapedValue += c == L'<' ? std::wstring(L"&lt;") : std::wstring(1, c);
-    }
-    for (int i = 0; i < 200000; ++i) {
-        wchar_t c = i % 1001 == 0 ? L'>' : static_cast<wchar_t>(L'0' + i % 10);
-        longText += c;
-        escapedText += c == L'>' ? std::wstring(L"&gt;") : std::wstring(1, c);
-    }
-    big.SetAttr(CKrStringW(L"v"), CKrStringW(longValue));
+    big.SetAttr(CKrStringW(L"v"), CKrStringW(Repeat(L"abc<", 25000)));
+    std::wstring manyAttrs;
     for (int i = 0; i < 3000; ++i) {
         std::wstring name = L"k" + std::to_wstring(100000 + i);
         big.SetAttr(CKrStringW(name), CKrStringW(L"\""));
         manyAttrs += L" " + name + L"=\"&quot;\"";
     }
     big.AddChild(krXML_ELEMENT, L"small")->AddChild(krXML_TEXT, L"s");
-    big.AddChild(krXML_TEXT, longText.c_str());
+    big.AddChild(krXML_TEXT, Repeat(L"0123456789>", 18000).c_str());
     big.AddChild(krXML_ELEMENT, L"e");
     docs.push_back({"big", &big,
-                    L"<big" + manyAttrs + L" v=\"" + escapedValue + L"\"><small>s</small>" +
-                        escapedText + L"<e/></big>"});
+                    L"<big" + manyAttrs + L" v=\"" + Repeat(L"abc&lt;", 25000) +
+                        L"\"><small>s</small>" + Repeat(L"0123456789&gt;", 18000) + L"<e/></big>"});
 
     // A parsed document of many small records, nested a few levels: its compact form is its
     // input (attributes already in name order, nothing to escape).
