@@ -226,11 +226,11 @@ public:
         ForEachEscapedPiece(text.data(), text.size(),
                             [this](wchar_t const *piece, size_t n) { Put(piece, n); });
     }
-    // Takes back the last `n` units written (at most what was written in all), fetching them
-    // back from `out` when they were flushed already.
+    // Takes back the last `n` units written (a few at most; never more than was written),
+    // fetching them back from `out` when they were flushed already.
     void Unput(size_t n) {
         if (m_pos < n) {
-            size_t missing = std::min(n - m_pos, m_outLength);
+            size_t missing = std::min({n - m_pos, m_outLength, m_buf.size() - m_pos});
             CKrStringW tail = m_out.Right(static_cast<int>(missing));
             m_out.DeleteRight(static_cast<int>(missing));
             m_outLength = static_cast<size_t>(m_out.GetLength());

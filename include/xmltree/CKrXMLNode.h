@@ -45,6 +45,7 @@
 #include "strings/CKrStringW.h"
 #include "xmltree/CKrXMLNodeSet.h"
 
+// Private parts of the library, named here only (never defined in a public header).
 namespace orvik::detail {
 class XmlAttributeMap;
 struct XmlNodeSlab;
@@ -174,6 +175,7 @@ protected:
     CKrXMLNode *m_pSibling;
     CKrXMLNode *m_pParent;
 
+    // The map in m_attributes (its type is private to the library).
     orvik::detail::XmlAttributeMap &Attrs();
     orvik::detail::XmlAttributeMap const &Attrs() const;
 

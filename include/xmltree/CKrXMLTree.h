@@ -35,7 +35,9 @@
 //    U+000E-U+001F) is written as it is, and the saved document does not parse again (-9 from
 //    SetValue or LoadFromFile);
 //  - tab, LF and CR in an attribute value come back as blanks, and CR in text comes back as LF
-//    (the line-end and attribute-value normalisation of every XML parser).
+//    (the line-end and attribute-value normalisation of every XML parser);
+//  - loaded again with dropWhitespace, text loses white space next to '"', '<', '>' or '&'
+//    (expat reports a piece at every reference, and each piece is trimmed).
 // Values that must survive such characters belong in the XML form of a variant
 // (CKrSerializerXMLString, CKrVariant::Write): it escapes them (CR and LF as character
 // references, other control characters in a private-use form it reads back) and gets them back.
