@@ -24,7 +24,7 @@
 // iterate).  Memory use is proportional to the document: about 150 bytes per node plus 64 bytes
 // per attribute, plus the text (4 bytes per character), and about twice the document while it is
 // being parsed.  Parsed nodes and their attribute arrays sit side by side in blocks that grow
-// from 64 KiB to 2 MiB, each released with its last piece (CKrXMLMemory.h).  Indented pretty
+// from 64 KiB to 2 MiB, each released with its last piece.  Indented pretty
 // output grows with the square of the depth (3 blanks per level on every line), so very deep
 // documents are better written with indent off.
 //
