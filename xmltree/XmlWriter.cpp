@@ -307,8 +307,9 @@ struct XmlWriter::Walk {
     std::vector<Frame> stack;
     XmlStreamPrefetch prefetch;
 
-    // Writes `n` (its start tag when it has children to come) at `level`.
-    int Open(CKrXMLNode *n, unsigned int level, bool pretty, bool isRoot) {
+    // Writes `n` (its start tag when it has children to come) at `level`.  Open and Step are
+    // forced inline: left to the compiler they stay calls per node, some 4% more instructions.
+    [[gnu::always_inline]] int Open(CKrXMLNode *n, unsigned int level, bool pretty, bool isRoot) {
         if (!isRoot && typeid(*n) != typeid(CKrXMLNode))
             return out.Delegate(n, level, indent, pretty);  // a derived node may write its own way
         std::wstring const &content = n->m_content.GetStdString();
@@ -352,7 +353,7 @@ struct XmlWriter::Walk {
     }
 
     // Writes the next child of the innermost open element, or closes that element.
-    int Step() {
+    [[gnu::always_inline]] int Step() {
         Frame &f = stack.back();
         if (CKrXMLNode *child = f.next) {
             prefetch.Ahead(child);
