@@ -1,15 +1,8 @@
-// CKrXMLNode: links, ownership, attributes and serialisation.
+// CKrXMLNode: links, ownership and attributes; serialisation is XmlWriter.cpp's.
 #include "xmltree/CKrXMLNode.h"
 
-#include <algorithm>
-#include <climits>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <cwchar>
 #include <new>
 #include <string>
-#include <typeinfo>
 #include <utility>
 #include <vector>
 
