@@ -28,8 +28,6 @@
 #include "variant/EKrKeyType.h"
 #include "variant/EKrLiteVariantType.h"
 
-#include "xmltree/CKrXMLAttributeMap.h"
-#include "xmltree/CKrXMLMemory.h"
 #include "xmltree/CKrXMLNode.h"
 #include "xmltree/CKrXMLNodeSet.h"
 #include "xmltree/CKrXMLTree.h"
