@@ -79,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
         switch (op % 14) {
         case 0: {
             int high = in.byte();
-            cur.Append(CKrVariant(static_cast<int>(static_cast<unsigned>(high) << 24 | in.byte()) - 77, name));
+            cur.Append(CKrVariant(static_cast<int>((static_cast<unsigned>(high) << 24 | in.byte()) - 77u), name));
             break;
         }
         case 1: cur.Append(CKrVariant(static_cast<unsigned>(in.byte()) << 24, name)); break;
