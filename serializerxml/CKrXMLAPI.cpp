@@ -9,8 +9,17 @@ using orvik::detail::SxReadState;
 
 namespace {
 
+// KR_wcsicmp(name, expected) == 0 for a lower-case ASCII `expected`.  Names of pure ASCII are
+// folded here (towlower folds ASCII the same way); any other unit defers to KR_wcsicmp, whose
+// folding of non-ASCII characters decides.
 bool nameIs(wchar_t const *name, wchar_t const *expected) {
-    return KR_wcsicmp(name, expected) == 0;
+    for (size_t i = 0;; ++i) {
+        wchar_t c = name[i];
+        if (static_cast<kr_uint32>(c) >= 0x80) return KR_wcsicmp(name, expected) == 0;
+        if (c >= L'A' && c <= L'Z') c += L'a' - L'A';
+        if (c != expected[i]) return false;
+        if (c == 0) return true;
+    }
 }
 
 // The target made Null with type change switched on for the call only.

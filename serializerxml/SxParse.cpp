@@ -26,28 +26,26 @@ constexpr size_t kSamplesRemembered = 256;  // enough for any real document, bou
 void XMLCALL onStart(void *user, XML_Char const *name, XML_Char const **atts) {
     auto *s = static_cast<SxReadState *>(user);
     if (s->state != 0) return;
-    size_t total = 0;
+    // Widened into one buffer: the name, then each attribute name and value, each with its zero.
     size_t count = 0;
-    std::basic_string_view<XML_Char> nameView(name);
-    total += nameView.size() + 1;
+    size_t total = std::char_traits<XML_Char>::length(name) + 1;
     for (XML_Char const **a = atts; *a; ++a, ++count)
         total += std::char_traits<XML_Char>::length(*a) + 1;
-    s->attrText.resize(total);
-    wchar_t *dst = s->attrText.data();
+    if (s->attrText.size() < total) s->attrText.resize(total);
+    s->attrs.resize(count + 1);
+    wchar_t *const base = s->attrText.data();
+    wchar_t *dst = base;
     auto widen = [&dst](XML_Char const *src) {
         for (; *src; ++src) *dst++ = static_cast<wchar_t>(*src);
         *dst++ = 0;
     };
     widen(name);
-    for (size_t i = 0; i < count; ++i) widen(atts[i]);
-    s->attrs.resize(count + 1);
-    wchar_t const *p = s->attrText.data() + nameView.size() + 1;
     for (size_t i = 0; i < count; ++i) {
-        s->attrs[i] = p;
-        p += std::char_traits<wchar_t>::length(p) + 1;
+        s->attrs[i] = dst;
+        widen(atts[i]);
     }
     s->attrs[count] = nullptr;
-    CKrXMLAPI::StartElement(s, s->attrText.data(), s->attrs.data());
+    CKrXMLAPI::StartElement(s, base, s->attrs.data());
 }
 
 void XMLCALL onEnd(void *user, XML_Char const *) {
