@@ -50,8 +50,15 @@ void startRoot(SxReadState &s, wchar_t const *name, wchar_t const **attributes) 
     s.depth = 0;
 }
 
+// True when RevalidateAttValue could change `value`: it holds "&" or U+DB80.
+bool needsRevalidation(wchar_t const *value) {
+    for (; *value; ++value)
+        if (*value == L'&' || *value == 0xDB80) return true;
+    return false;
+}
+
 void readValue(SxReadState &s, CKrVariant &item, wchar_t const *value) {
-    if (orvik::detail::HoldsStringW(item)) {
+    if (orvik::detail::HoldsStringW(item) && needsRevalidation(value)) {
         s.value.assign(value);
         orvik::detail::RevalidateAttValue(s.value);
         orvik::detail::SetValueText(item, s.value.c_str());

@@ -85,6 +85,15 @@ SxReadState::~SxReadState() {
 }
 
 CKrVariant const *SxReadState::SampleFor(wchar_t const *runType) {
+    // Documents repeat run types: the last one answers most elements without a lookup.
+    if (haveLast && lastRunType == runType) return lastSample;
+    haveLast = true;
+    lastRunType = runType;
+    lastSample = lookUpSample(runType);
+    return lastSample;
+}
+
+CKrVariant const *SxReadState::lookUpSample(wchar_t const *runType) {
     narrow.clear();
     bool ascii = true;
     for (wchar_t const *p = runType; *p; ++p) {
