@@ -165,7 +165,18 @@ int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length) {
         size_t n = 0;
         while (done < length && n < kChunk) {
             auto c = static_cast<kr_uint32>(text[done]);
-            if (c <= 0xFFFF) {
+            if (c >= 0xD800 && c <= 0xDFFF) {
+                // expat takes any unit after a high surrogate as its partner: pairs are checked
+                // here, so that a lone surrogate fails the read instead of entering the tree.
+                auto next = done + 1 < length ? static_cast<kr_uint32>(text[done + 1]) : 0u;
+                if (c >= 0xDC00 || next < 0xDC00 || next > 0xDFFF) {
+                    ok = false;
+                    break;
+                }
+                buffer[n++] = static_cast<XML_Char>(c);
+                buffer[n++] = static_cast<XML_Char>(next);
+                ++done;
+            } else if (c <= 0xFFFF) {
                 buffer[n++] = static_cast<XML_Char>(c);
             } else if (c <= 0x10FFFF) {
                 c -= 0x10000;

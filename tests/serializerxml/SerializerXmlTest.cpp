@@ -363,20 +363,24 @@ TEST(SerializerXmlRead, HostileDocumentsGiveResultCodes) {
         }
     }
     CKrVariant target;
-    // One unit of the value replaced: a lone surrogate, no character at all, a code point
-    // beyond the BMP held in one wchar_t.
-    auto withUnit = [](wchar_t unit) {
-        std::wstring text = doc(L"<s value=\"a\"/>");
-        text[text.find(L"\"a\"") + 1] = unit;
+    // The value's two units replaced: lone surrogates (a high one before a non-surrogate slips
+    // through expat's UTF-16 decoder), no character at all, a code point beyond the BMP held in
+    // one wchar_t.
+    auto withUnit = [](wchar_t unit, wchar_t after = L'a') {
+        std::wstring text = doc(L"<s value=\"ab\"/>");
+        size_t const at = text.find(L"\"ab\"") + 1;
+        text[at] = unit;
+        text[at + 1] = after;
         return text;
     };
     EXPECT_EQ(readW(target, withUnit(wchar_t(0xD800))), -9);
+    EXPECT_EQ(readW(target, withUnit(wchar_t(0xDB80), wchar_t(0xDB80))), -9);
     EXPECT_EQ(readW(target, withUnit(wchar_t(0xDC00))), -9);
     EXPECT_EQ(readW(target, withUnit(static_cast<wchar_t>(0x110000))), -9);
     EXPECT_EQ(readW(target, withUnit(static_cast<wchar_t>(-1))), -9);
     ASSERT_EQ(readW(target, withUnit(static_cast<wchar_t>(0x1F600))), 0);
     EXPECT_EQ(target.GetCKrStringW().GetStdString(),
-              (std::wstring{wchar_t(0xD83D), wchar_t(0xDE00)}));
+              (std::wstring{wchar_t(0xD83D), wchar_t(0xDE00), L'a'}));
     DiagCapture diag;
     EXPECT_EQ(
         CKrSerializerXMLString::VariantFromXML(target, static_cast<wchar_t const *>(nullptr), 3),
