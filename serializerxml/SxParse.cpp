@@ -152,18 +152,25 @@ int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length) {
     SxReadState state(target);
     XML_Parser parser = makeParser(std::endian::native == std::endian::little ? kLE : kBE, state);
     if (!parser) return -3;
-    constexpr size_t kChunk = 32768;  // units per pass; +1 so a pair never splits the space
+    // The whole text goes to expat in one buffer: fed in pieces, an attribute value that spans
+    // them would be scanned again from its start with every piece.  Only texts beyond expat's
+    // int-sized buffers (2^28 units, each with room for two) are split.
+    constexpr size_t kPiece = size_t(1) << 28;
     bool ok = true;
     size_t done = 0;
     do {
-        auto *buffer =
-            static_cast<XML_Char *>(XML_GetBuffer(parser, static_cast<int>((kChunk + 1) * 2)));
+        size_t const want = length - done < kPiece ? length - done : kPiece;
+        // Room for two units per unit (a code point above 0xFFFF becomes a pair) and for a pair
+        // that ends just past the piece.
+        auto *buffer = static_cast<XML_Char *>(
+            XML_GetBuffer(parser, static_cast<int>((2 * want + 2) * sizeof(XML_Char))));
         if (!buffer) {
             ok = false;
             break;
         }
+        size_t const end = done + want;
         size_t n = 0;
-        while (done < length && n < kChunk) {
+        while (done < end) {
             auto c = static_cast<kr_uint32>(text[done]);
             if (c >= 0xD800 && c <= 0xDFFF) {
                 // expat takes any unit after a high surrogate as its partner: pairs are checked
