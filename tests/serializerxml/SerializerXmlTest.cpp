@@ -381,6 +381,10 @@ TEST(SerializerXmlRead, HostileDocumentsGiveResultCodes) {
     ASSERT_EQ(readW(target, withUnit(static_cast<wchar_t>(0x1F600))), 0);
     EXPECT_EQ(target.GetCKrStringW().GetStdString(),
               (std::wstring{wchar_t(0xD83D), wchar_t(0xDE00), L'a'}));
+    // Every unit above 0xFFFF doubles: the text grows while it is handed to the parser.
+    std::wstring const supplementary(5000, static_cast<wchar_t>(0x1F600));
+    ASSERT_EQ(readW(target, doc(L"<s value=\"" + supplementary + L"\"/>")), 0);
+    EXPECT_EQ(target.GetCKrStringW().GetLength(), 10000u);
     DiagCapture diag;
     EXPECT_EQ(
         CKrSerializerXMLString::VariantFromXML(target, static_cast<wchar_t const *>(nullptr), 3),
