@@ -348,6 +348,14 @@ bool textOf(kr_uint8 const *data, LvItem const &item, CKrStringW &out) {
 
 int textIntoBuffer(kr_uint8 const *data, LvItem const &item, wchar_t *buffer, unsigned units) {
     if (!buffer || units == 0) return -4;
+    if (item.type == krLVT_STRING) {  // straight from the buffer: no string object, no allocation
+        kr_uint64 const length = item.valueBytes / 2 - 1;
+        kr_uint64 const n = length < units - 1 ? length : units - 1;
+        kr_uint8 const *v = data + item.valueOffset;
+        for (kr_uint64 i = 0; i < n; ++i) buffer[i] = wchar_t(v[2 * i] | (v[2 * i + 1] << 8));
+        buffer[n] = 0;
+        return n == length ? 0 : -8;
+    }
     CKrStringW text;
     if (!textOf(data, item, text)) return -9;
     size_t const length = text.GetLength();
