@@ -26,7 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     size_t nf = 0, ns = 0;
     unsigned char const *pf = fast.DecodedBuffer(&nf);
     unsigned char const *ps = slow.DecodedBuffer(&ns);
-    if (pf == nullptr || ps == nullptr || nf != ns || std::memcmp(pf, ps, nf) != 0) __builtin_trap();
+    if (pf == nullptr || ps == nullptr || nf != ns || std::memcmp(pf, ps, nf) != 0)
+        __builtin_trap();
     unsigned int kept = 0;
     fast.EncodedBuffer(&kept);
     if (kept > size || nf > size_t(kept) / 4 * 3 + 3) __builtin_trap();
@@ -34,7 +35,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     // The wide form reads the low byte of each unit; a zero byte ends its text.
     size_t const wideLen = strnlen(reinterpret_cast<char const *>(data), size);
     std::vector<wchar_t> wide(wideLen + 1, 0);
-    for (size_t i = 0; i < wideLen; ++i) wide[i] = static_cast<wchar_t>(data[i] | (i % 5 == 0 ? 0x300 : 0));
+    for (size_t i = 0; i < wideLen; ++i)
+        wide[i] = static_cast<wchar_t>(data[i] | (i % 5 == 0 ? 0x300 : 0));
     Base64Coder w, a;
     w.DecodeW(wide.data());
     a.DecodeA(data, static_cast<unsigned int>(wideLen));

@@ -25,16 +25,26 @@ void krVariantAppendEscaped(std::wstring &out, std::wstring const &value) {
         out.append(p + run, i - run);
         run = i + 1;
         switch (c) {
-        case L'<': out += L"&#x003C;"; break;
-        case L'"': out += L"&#x0022;"; break;
-        case L'\r': out += L"&#x000d;"; break;
-        case L'\n': out += L"&#x000a;"; break;
-        case L'&': out += L"&#x0026;"; break;
-        default:
-            // Control characters survive the XML parser as a private-use supplementary
-            // character: U+F0000 + c.
-            out += static_cast<wchar_t>(0xDB80);
-            out += static_cast<wchar_t>(0xDC00 + c);
+            case L'<':
+                out += L"&#x003C;";
+                break;
+            case L'"':
+                out += L"&#x0022;";
+                break;
+            case L'\r':
+                out += L"&#x000d;";
+                break;
+            case L'\n':
+                out += L"&#x000a;";
+                break;
+            case L'&':
+                out += L"&#x0026;";
+                break;
+            default:
+                // Control characters survive the XML parser as a private-use supplementary
+                // character: U+F0000 + c.
+                out += static_cast<wchar_t>(0xDB80);
+                out += static_cast<wchar_t>(0xDC00 + c);
         }
     }
     out.append(p + run, n - run);

@@ -64,7 +64,8 @@ void CKrVariant::TraceLow(CKrStringW &out, CKrVariant const &v, bool indent) {
                 value.Empty();
                 if (e.node->m_pData) e.node->m_pData->GetString(value);
                 // Base64 needs no escaping, and large arrays are written as they are.
-                if (e.node->m_pData && e.node->m_pData->GetKind() == CKrVariantData::krDATA_BYTEARRAY)
+                if (e.node->m_pData &&
+                    e.node->m_pData->GetKind() == CKrVariantData::krDATA_BYTEARRAY)
                     text += value.GetStdString();
                 else
                     krVariantAppendEscaped(text, value.GetStdString());
@@ -107,4 +108,6 @@ int CKrVariant::Read(wchar_t const *text) {
 
 int CKrVariant::Read(CKrStringW const &text) { return Read(text.GetString()); }
 
-CKrVariant::XmlReader CKrVariant::SetXmlReader(XmlReader reader) { return s_xmlReader.exchange(reader); }
+CKrVariant::XmlReader CKrVariant::SetXmlReader(XmlReader reader) {
+    return s_xmlReader.exchange(reader);
+}
