@@ -219,7 +219,9 @@ int CKrLiteVariantW::LevelEnd() {
         int const c = lvCompareStored(pa + 2, pa[1], pb + 2, pb[1]);
         return c < 0 || (c == 0 && a.offset < b.offset);
     };
-    if (!std::is_sorted(begin, end, less)) std::sort(begin, end, less);  // often written in order
+    // A merge sort: on levels of numbered names (t0, t1, ... t10, ...) std::sort was measured
+    // falling back to its heap sort, at a third more time for the whole record.
+    if (!std::is_sorted(begin, end, less)) std::stable_sort(begin, end, less);  // often in order
     kr_uint8 *index = m_pData + m_pos;
     for (Child const *c = begin; c != end; ++c, index += kLvIndexEntryBytes)
         std::memcpy(index, &c->offset, kLvIndexEntryBytes);
