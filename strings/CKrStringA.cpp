@@ -7,14 +7,12 @@
 #include "platform/KrPlatform.h"
 #include "strings/CKrAlloc.h"
 
-CKrStringA::CKrStringA() = default;
 CKrStringA::CKrStringA(CKrStringA const &other) = default;
 CKrStringA::CKrStringA(CKrStringA &&other) noexcept = default;
 CKrStringA::CKrStringA(std::string const &text) : CKrStringT(text) {}
 CKrStringA::CKrStringA(std::string &&text) noexcept : CKrStringT(std::move(text)) {}
 CKrStringA::CKrStringA(char const *text, size_t capacity) : CKrStringT(text, capacity) {}
 CKrStringA::CKrStringA(wchar_t const *text, size_t capacity) : CKrStringT(text, capacity) {}
-CKrStringA::CKrStringA(size_t capacity) : CKrStringT(capacity) {}
 CKrStringA::~CKrStringA() = default;
 
 CKrStringA const &CKrStringA::operator=(wchar_t c) {

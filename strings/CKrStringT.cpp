@@ -89,11 +89,6 @@ CKrStringT<C>::CKrStringT(Other const *text, size_t capacity) {
 }
 
 template <class C>
-CKrStringT<C>::CKrStringT(size_t capacity) {
-    m_str.reserve(capacity);
-}
-
-template <class C>
 void CKrStringT<C>::assignCopy(CKrStringT const &other) {
     if (this == &other || m_str.c_str() == other.m_str.c_str()) return;
     m_str.assign(other.m_str.c_str());

@@ -107,14 +107,12 @@ std::string utf16ToUtf8(std::wstring const &text) {
 
 #pragma GCC diagnostic pop
 
-CKrStringW::CKrStringW() = default;
 CKrStringW::CKrStringW(CKrStringW const &other) = default;
 CKrStringW::CKrStringW(CKrStringW &&other) noexcept = default;
 CKrStringW::CKrStringW(std::wstring const &text) : CKrStringT(text) {}
 CKrStringW::CKrStringW(std::wstring &&text) noexcept : CKrStringT(std::move(text)) {}
 CKrStringW::CKrStringW(char const *text, size_t capacity) : CKrStringT(text, capacity) {}
 CKrStringW::CKrStringW(wchar_t const *text, size_t capacity) : CKrStringT(text, capacity) {}
-CKrStringW::CKrStringW(size_t capacity) : CKrStringT(capacity) {}
 CKrStringW::~CKrStringW() = default;
 
 CKrStringW const &CKrStringW::operator=(char c) {

@@ -25,7 +25,7 @@ class CKrStringATestPeer;
 class ORVIK_API CKrStringA : public CKrStringT<char> {
 public:
     // ---- construction and assignment ----------------------------------------------------
-    CKrStringA();
+    CKrStringA() = default;
     CKrStringA(CKrStringA const &other);  // copies up to the first zero character
     CKrStringA(
         CKrStringA &&other) noexcept;     // as the copy (up to the first zero); leaves other empty
@@ -77,7 +77,7 @@ private:
     friend CKrStringA operator+(CKrStringA &&, char const *);
 
     // Reserves `capacity` and stays empty: the building block of concatenation.
-    explicit CKrStringA(size_t capacity);
+    explicit CKrStringA(size_t capacity) : CKrStringT(capacity) {}
     // KR_WChar2Char(src, srcLength, dst, dstSize + 1, flag): 0 -> -2; srcLength < 1 or null
     // dst -> n - 1; otherwise writes a zero at dst[dstSize] and returns n.
     static int convert_to_mb(wchar_t const *src, int srcLength, char *dst, int64_t dstSize,

@@ -219,7 +219,7 @@ protected:
     // up to its first zero; null gives empty.
     CKrStringT(C const *text, size_t capacity);
     CKrStringT(Other const *text, size_t capacity);
-    explicit CKrStringT(size_t capacity);  // reserves and stays empty
+    explicit CKrStringT(size_t capacity) { m_str.reserve(capacity); }  // reserves, stays empty
     ~CKrStringT() = default;
     // Assignment goes through the derived classes, which return their own type.
     CKrStringT &operator=(CKrStringT const &) = delete;

@@ -25,7 +25,7 @@ class QString;
 class ORVIK_API CKrStringW : public CKrStringT<wchar_t> {
 public:
     // ---- construction and assignment ----------------------------------------------------
-    CKrStringW();
+    CKrStringW() = default;
     CKrStringW(CKrStringW const &other);  // copies up to the first zero unit
     CKrStringW(
         CKrStringW &&other) noexcept;      // as the copy (up to the first zero); leaves other empty
@@ -88,7 +88,7 @@ private:
     friend CKrStringW operator+(CKrStringW &&, wchar_t const *);
     friend CKrStringW operator+(CKrStringW &&, wchar_t);
 
-    explicit CKrStringW(size_t capacity);  // reserves and stays empty
+    explicit CKrStringW(size_t capacity) : CKrStringT(capacity) {}  // reserves and stays empty
 };
 
 static_assert(sizeof(CKrStringW) == sizeof(std::wstring), "CKrStringW is exactly one std::wstring");
