@@ -16,8 +16,9 @@
 // - Positions and lengths count characters of the class's own width (bytes for CKrStringA,
 //   UTF-16 units for CKrStringW); no member knows about multi-byte sequences or surrogates.
 // - Where the interface takes an `Index` (size_t for CKrStringA, int for CKrStringW), a negative
-//   int is widened to a huge unsigned value: as a start it finds nothing, as a count it takes the
-//   whole rest, as a capacity it is ignored.  Callers of the wide class rely on these results.
+//   int is widened to a huge unsigned value: a search from there finds nothing, DeleteLeft and
+//   DeleteRight empty the string, ReplaceAt and Preallocate do nothing.  Callers of the wide
+//   class rely on these results.
 // - Arguments of the other width (`Other`: wchar_t for CKrStringA, char for CKrStringW) are
 //   converted with the C runtime's current-locale conversion (wcstombs / mbstowcs; byte for unit
 //   in the default "C" locale).  The 8-bit result has at most as many bytes as the source has
