@@ -26,10 +26,10 @@ class ORVIK_API CKrStringA : public CKrStringT<char> {
 public:
     // ---- construction and assignment ----------------------------------------------------
     CKrStringA() = default;
-    CKrStringA(CKrStringA const &other);  // copies up to the first zero character
-    CKrStringA(
-        CKrStringA &&other) noexcept;     // as the copy (up to the first zero); leaves other empty
-    CKrStringA(std::string const &text);  // the whole standard string, embedded zeros kept
+    // Copying and moving take the characters up to the first zero; a move leaves `other` empty.
+    CKrStringA(CKrStringA const &other);
+    CKrStringA(CKrStringA &&other) noexcept;
+    CKrStringA(std::string const &text);      // the whole standard string, embedded zeros kept
     CKrStringA(std::string &&text) noexcept;  // takes the standard string over (zeros kept)
     CKrStringA(QString const &text);          // UTF-8, QString::toStdString
     // Reserves `capacity` when non-zero, then copies up to the first zero; null gives empty.

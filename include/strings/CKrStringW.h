@@ -26,10 +26,10 @@ class ORVIK_API CKrStringW : public CKrStringT<wchar_t> {
 public:
     // ---- construction and assignment ----------------------------------------------------
     CKrStringW() = default;
-    CKrStringW(CKrStringW const &other);  // copies up to the first zero unit
-    CKrStringW(
-        CKrStringW &&other) noexcept;      // as the copy (up to the first zero); leaves other empty
-    CKrStringW(std::wstring const &text);  // the whole standard string, embedded zeros kept
+    // Copying and moving take the characters up to the first zero; a move leaves `other` empty.
+    CKrStringW(CKrStringW const &other);
+    CKrStringW(CKrStringW &&other) noexcept;
+    CKrStringW(std::wstring const &text);      // the whole standard string, embedded zeros kept
     CKrStringW(std::wstring &&text) noexcept;  // takes the standard string over (zeros kept)
     // QString members copy UTF-16 units one for one: QString::toStdWString / fromStdWString
     // would produce or expect UTF-32 with this platform's 32-bit wchar_t.
