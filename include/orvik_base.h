@@ -7,6 +7,7 @@
 
 #include "strings/CKrAlloc.h"
 #include "strings/CKrStringA.h"
+#include "strings/CKrStringT.h"
 #include "strings/CKrStringTokenizer.h"
 #include "strings/CKrStringUtils.h"
 #include "strings/CKrStringW.h"
