@@ -294,19 +294,19 @@ bool appendChar(std::basic_string<C> &out, size_t start, Directive const &d, boo
 // ---- numbers -----------------------------------------------------------------------------------
 
 // "%" flags ["*"] [".*"] size conversion, for the C library; width and precision go as
-// arguments, so the spec never holds a number.
+// arguments, so the directive never holds a number.
 template <class C>
-void buildSpec(Directive const &d, C *spec) {
+void buildDirectiveText(Directive const &d, C *directive) {
     size_t k = 0;
-    spec[k++] = C('%');
-    if (d.flags & kMinus) spec[k++] = C('-');
-    if (d.flags & kPlus) spec[k++] = C('+');
-    if (d.flags & kSpace) spec[k++] = C(' ');
-    if (d.flags & kHash) spec[k++] = C('#');
-    if (d.flags & kZero) spec[k++] = C('0');
-    if (d.flags & kQuote) spec[k++] = C('\'');
-    if (d.hasWidth) spec[k++] = C('*');
-    if (d.hasPrecision) spec[k++] = C('.'), spec[k++] = C('*');
+    directive[k++] = C('%');
+    if (d.flags & kMinus) directive[k++] = C('-');
+    if (d.flags & kPlus) directive[k++] = C('+');
+    if (d.flags & kSpace) directive[k++] = C(' ');
+    if (d.flags & kHash) directive[k++] = C('#');
+    if (d.flags & kZero) directive[k++] = C('0');
+    if (d.flags & kQuote) directive[k++] = C('\'');
+    if (d.hasWidth) directive[k++] = C('*');
+    if (d.hasPrecision) directive[k++] = C('.'), directive[k++] = C('*');
     char const *size = "";
     switch (d.size) {
         case Size::None:
@@ -336,24 +336,24 @@ void buildSpec(Directive const &d, C *spec) {
             size = "t";
             break;
     }
-    while (*size) spec[k++] = C(*size++);
-    spec[k++] = C(d.conv);
-    spec[k] = C(0);
+    while (*size) directive[k++] = C(*size++);
+    directive[k++] = C(d.conv);
+    directive[k] = C(0);
 }
 
 template <class V>
-int callFormat(char *buf, size_t n, char const *spec, Directive const &d, V v) {
-    if (d.hasWidth && d.hasPrecision) return std::snprintf(buf, n, spec, d.width, d.precision, v);
-    if (d.hasWidth) return std::snprintf(buf, n, spec, d.width, v);
-    if (d.hasPrecision) return std::snprintf(buf, n, spec, d.precision, v);
-    return std::snprintf(buf, n, spec, v);
+int callFormat(char *buf, size_t n, char const *directive, Directive const &d, V v) {
+    if (d.hasWidth && d.hasPrecision) return std::snprintf(buf, n, directive, d.width, d.precision, v);
+    if (d.hasWidth) return std::snprintf(buf, n, directive, d.width, v);
+    if (d.hasPrecision) return std::snprintf(buf, n, directive, d.precision, v);
+    return std::snprintf(buf, n, directive, v);
 }
 template <class V>
-int callFormat(wchar_t *buf, size_t n, wchar_t const *spec, Directive const &d, V v) {
-    if (d.hasWidth && d.hasPrecision) return std::swprintf(buf, n, spec, d.width, d.precision, v);
-    if (d.hasWidth) return std::swprintf(buf, n, spec, d.width, v);
-    if (d.hasPrecision) return std::swprintf(buf, n, spec, d.precision, v);
-    return std::swprintf(buf, n, spec, v);
+int callFormat(wchar_t *buf, size_t n, wchar_t const *directive, Directive const &d, V v) {
+    if (d.hasWidth && d.hasPrecision) return std::swprintf(buf, n, directive, d.width, d.precision, v);
+    if (d.hasWidth) return std::swprintf(buf, n, directive, d.width, v);
+    if (d.hasPrecision) return std::swprintf(buf, n, directive, d.precision, v);
+    return std::swprintf(buf, n, directive, v);
 }
 
 // The plain integer directive ("%d", "%lu", "%x": no flags, width or precision), the most
@@ -395,10 +395,10 @@ bool appendNumber(std::basic_string<C> &out, size_t start, Directive const &d, V
         if (d.flags == 0 && !d.hasWidth && !d.hasPrecision)
             return appendPlainInteger(out, start, d, value);
     }
-    char spec[16];
-    buildSpec(d, spec);
+    char directive[16];
+    buildDirectiveText(d, directive);
     char small[128];
-    int const n = callFormat(small, sizeof small, spec, d, value);
+    int const n = callFormat(small, sizeof small, directive, d, value);
     if (n < 0 || out.size() - start + size_t(n) > kMaxResult) return false;
     size_t const at = out.size();
     char const *text = small;
@@ -406,12 +406,12 @@ bool appendNumber(std::basic_string<C> &out, size_t start, Directive const &d, V
     if (size_t(n) >= sizeof small) {
         if constexpr (sizeof(C) == 1) {
             out.resize(at + size_t(n) + 1);
-            if (callFormat(out.data() + at, size_t(n) + 1, spec, d, value) != n) return false;
+            if (callFormat(out.data() + at, size_t(n) + 1, directive, d, value) != n) return false;
             out.resize(at + size_t(n));
             return true;
         } else {
             big.resize(size_t(n) + 1);
-            if (callFormat(big.data(), big.size(), spec, d, value) != n) return false;
+            if (callFormat(big.data(), big.size(), directive, d, value) != n) return false;
             text = big.data();
         }
     }
@@ -424,10 +424,10 @@ bool appendNumber(std::basic_string<C> &out, size_t start, Directive const &d, V
             out.resize(at + size_t(n));
             for (int i = 0; i < n; ++i) out[at + size_t(i)] = static_cast<wchar_t>(text[i]);
         } else {
-            wchar_t wspec[16];
-            buildSpec(d, wspec);
+            wchar_t wideDirective[16];
+            buildDirectiveText(d, wideDirective);
             out.resize(at + size_t(n) + 1);
-            int const m = callFormat(out.data() + at, size_t(n) + 1, wspec, d, value);
+            int const m = callFormat(out.data() + at, size_t(n) + 1, wideDirective, d, value);
             if (m < 0) return false;
             out.resize(at + size_t(m));
         }
