@@ -214,6 +214,8 @@ void CheckNames(Item const &root) {
     while (!pending.empty()) {
         Item const *item = pending.back();
         pending.pop_back();
+        if (item->name.find(L'\0') != std::wstring::npos)
+            throw std::invalid_argument("orvik: a lite variant name cannot hold U+0000");
         if (item->name.size() > kMaxNameUnits) {
             throw std::invalid_argument("orvik: item '" + Utf8(item->name.substr(0, 40)) +
                                         "...': a lite variant name holds at most 255 UTF-16 units");

@@ -159,6 +159,8 @@ Item Build(pyb::handle value, std::wstring name, int depth) {
 std::wstring ItemName(pyb::handle key) {
     std::wstring name = UnitsFromStr(key);
     if (name.empty()) Refuse(PyExc_ValueError, "orvik: an item name cannot be empty");
+    if (name.find(L'\0') != std::wstring::npos)
+        Refuse(PyExc_ValueError, "orvik: " + Describe(name) + ": a name cannot hold U+0000");
     return name;
 }
 

@@ -40,7 +40,8 @@ pybind11::object ToPython(Item const &item);
 // The item named `name` for a Python value; raises as described above.
 Item FromPython(pybind11::handle value, std::wstring name);
 
-// The item name of a str key; raises ValueError for the empty name, which no form keeps.
+// The item name of a str key; raises ValueError for the empty name and for U+0000, which no
+// form keeps.
 std::wstring ItemName(pybind11::handle key);
 
 // Conversions between Python str and UTF-16 units held one per wchar_t.

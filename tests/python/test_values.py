@@ -148,12 +148,14 @@ def test_names_the_xml_form_cannot_carry(name):
     assert again({name: 1}, "lv").keys() == [name]
 
 
-def test_empty_names_are_refused():
+def test_empty_names_and_zero_units_are_refused():
     for fmt in ("lv", "xml"):
         with pytest.raises(ValueError, match="empty"):
             orvik.dumps({"": 1}, format=fmt)
     with pytest.raises(ValueError, match="empty"):
         orvik.Record(name="")
+    with pytest.raises(ValueError, match="U\\+0000"):
+        orvik.dumps({"a\0b": 1}, format="lv")
 
 
 def test_lite_variant_names_are_at_most_255_units():
