@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstring>
+#include <cwchar>
 #include <vector>
 
 #include "PyDiag.h"
@@ -16,7 +17,21 @@ namespace {
 // would otherwise recurse without end.
 constexpr int kMaxPythonDepth = 1000;
 
-std::string Describe(std::wstring const &name) { return "item '" + Utf8(name) + "'"; }
+// "item '<name>'" for messages; control characters (U+0000 above all, which would end the
+// message) are shown as \xNN.
+std::string Describe(std::wstring const &name) {
+    std::wstring shown;
+    for (wchar_t c : name) {
+        if (c < 0x20) {
+            wchar_t escaped[8];
+            std::swprintf(escaped, 8, L"\\x%02x", unsigned(c));
+            shown += escaped;
+        } else {
+            shown += c;
+        }
+    }
+    return "item '" + Utf8(shown) + "'";
+}
 
 [[noreturn]] void Refuse(PyObject *kind, std::string const &message) {
     PyErr_SetString(kind, message.c_str());
