@@ -153,7 +153,9 @@ RecordView MakeRecord(pyb::object items, std::string const &runtype, pyb::str na
     if (!items.is_none()) {
         pyb::object pairs = pyb::hasattr(items, "items") ? items.attr("items")() : items;
         for (pyb::handle pair : pairs) {
-            pyb::tuple kv = pyb::reinterpret_borrow<pyb::object>(pair).cast<pyb::tuple>();
+            if (!PyTuple_Check(pair.ptr()) && !PyList_Check(pair.ptr()))
+                throw pyb::type_error("orvik.Record: items must be (str, value) pairs");
+            pyb::sequence kv = pyb::reinterpret_borrow<pyb::sequence>(pair);
             if (kv.size() != 2 || !PyUnicode_Check(kv[0].ptr()))
                 throw pyb::type_error("orvik.Record: items must be (str, value) pairs");
             level->items.push_back(FromPython(kv[1], ItemName(kv[0])));

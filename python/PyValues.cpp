@@ -94,10 +94,6 @@ Item Build(pyb::handle value, std::wstring name, int depth);
 
 std::shared_ptr<Level const> BuildLevel(pyb::handle value, bool mapping, int depth,
                                         std::wstring const &name) {
-    if (depth >= kMaxPythonDepth) {
-        Refuse(PyExc_ValueError,
-               "orvik: " + Describe(name) + ": nested too deeply (or contains itself)");
-    }
     auto level = std::make_shared<Level>();
     if (mapping) {
         pyb::object items = pyb::reinterpret_borrow<pyb::object>(value).attr("items")();
@@ -118,6 +114,10 @@ std::shared_ptr<Level const> BuildLevel(pyb::handle value, bool mapping, int dep
 }
 
 Item Build(pyb::handle value, std::wstring name, int depth) {
+    if (depth >= kMaxPythonDepth) {
+        Refuse(PyExc_ValueError,
+               "orvik: " + Describe(name) + ": nested too deeply (or contains itself)");
+    }
     Item item;
     item.name = std::move(name);
     PyObject *object = value.ptr();
@@ -150,7 +150,7 @@ Item Build(pyb::handle value, std::wstring name, int depth) {
         // numpy scalars and 0-d arrays: stored as the Python scalar they stand for, not as
         // the bytes they also export.
         pyb::object plain = pyb::reinterpret_borrow<pyb::object>(value).attr("item")();
-        return Build(plain, std::move(item.name), depth);
+        return Build(plain, std::move(item.name), depth + 1);  // counted: item() may recur
     } else if (PyObject_CheckBuffer(object)) {
         SetBytes(item, value);
     } else if (PyIndex_Check(object)) {

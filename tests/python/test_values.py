@@ -121,11 +121,41 @@ def test_values_that_cannot_be_stored(value, error):
         orvik.dumps({"v": value})
 
 
-def test_structures_that_contain_themselves_are_refused():
+class EndlessScalar:
+    """Looks like a numpy scalar whose item() is itself."""
+
+    dtype = "f8"
+    ndim = 0
+
+    def item(self):
+        return self
+
+
+def self_containing_dict():
     loop = {}
     loop["me"] = loop
+    return loop
+
+
+def self_containing_list():
+    loop = []
+    loop.append(loop)
+    return loop
+
+
+@pytest.mark.parametrize(
+    "make", [self_containing_dict, self_containing_list, lambda: {"x": EndlessScalar()}])
+def test_structures_that_contain_themselves_are_refused(make):
     with pytest.raises(ValueError, match="nested too deeply"):
-        orvik.dumps(loop)
+        orvik.dumps(make())
+
+
+@pytest.mark.parametrize("items", [5, [1], [("a",)], [(1, 2)], {1: 2}])
+def test_records_are_built_from_pairs_with_str_names(items):
+    with pytest.raises(TypeError):
+        orvik.Record(items)
+    with pytest.raises(ValueError, match="run type"):
+        orvik.Record(runtype="kr_int32")
 
 
 # Text the XML form would give back changed (or not at all): refused there, kept by the lite
