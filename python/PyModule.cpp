@@ -76,9 +76,12 @@ pyb::bytes DumpBytes(pyb::handle obj, std::string const &format, bool file) {
     return pyb::bytes(bytes);
 }
 
-Item const &Child(RecordView const &record, std::string const &name) {
-    Item const *item = record.level->Find(UnitsFromStr(pyb::str(name)));
-    if (item == nullptr) throw pyb::key_error(name);
+Item const &Child(RecordView const &record, pyb::str name) {
+    Item const *item = record.level->Find(UnitsFromStr(name));
+    if (item == nullptr) {
+        PyErr_SetObject(PyExc_KeyError, name.ptr());
+        throw pyb::error_already_set();
+    }
     return *item;
 }
 
@@ -238,7 +241,7 @@ PYBIND11_MODULE(_orvik, m) {
                  return pyb::iter(pairs);
              })
         .def("__getitem__",
-             [](RecordView const &r, std::string const &name) { return ToPython(Child(r, name)); })
+             [](RecordView const &r, pyb::str name) { return ToPython(Child(r, name)); })
         .def("__contains__",
              [](RecordView const &r, pyb::str name) {
                  return r.level->Find(UnitsFromStr(name)) != nullptr;
@@ -277,7 +280,7 @@ PYBIND11_MODULE(_orvik, m) {
              })
         .def(
             "runtype_of",
-            [](RecordView const &r, std::string const &name) {
+            [](RecordView const &r, pyb::str name) {
                 return std::string(Child(r, name).RunType());
             },
             "The run type of the first item of that name ('kr_uint32', 'CKrStringW', ...).")
