@@ -276,6 +276,8 @@ std::string DumpLite(RecordView const &record, bool compress) {
     } else {
         items.push_back(record.AsItem());
     }
+    // An empty buffer would be no file at all: loads could not tell what it is.
+    if (items.empty()) throw std::invalid_argument("orvik: nothing to write: the record is empty");
     CKrLiteVariantW writer;
     for (Item const &item : items) {
         CheckNames(item);
@@ -287,8 +289,7 @@ std::string DumpLite(RecordView const &record, bool compress) {
     CKrLiteVariantR out;
     // zlib cannot shrink small or random data; the plain buffer is written then (loads reads
     // both forms).
-    if ((!compress || writer.Finalize(out, 1) == nullptr) && writer.Finalize(out, 0) == nullptr &&
-        !items.empty())
+    if ((!compress || writer.Finalize(out, 1) == nullptr) && writer.Finalize(out, 0) == nullptr)
         throw std::bad_alloc();
     return std::string(static_cast<char const *>(out.GetPointer()), std::size_t(out.GetSize()));
 }

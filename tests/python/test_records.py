@@ -43,7 +43,11 @@ def test_a_file_whose_top_is_not_one_list():
     several = orvik.loads(orvik.dumps(rec, format="lv") + orvik.dumps(rec, format="lv"))
     with pytest.raises(ValueError):
         orvik.dumps(several, format="xml")
-    assert orvik.loads(b'<variant version="1.0"></variant>').items() == []
+    empty = orvik.loads(b'<variant version="1.0"></variant>')
+    assert empty.items() == []
+    for fmt in ("lv", "xml"):
+        with pytest.raises(ValueError):
+            orvik.dumps(empty, format=fmt)
 
 
 def address(view):
