@@ -36,24 +36,24 @@ auto WithDiagnostics(F &&call) {
     }
 }
 
-// The bytes of a buffer object (bytes, bytearray, memoryview, mmap, numpy array) or the UTF-8
-// of a str.
-std::string BytesOf(pyb::handle data) {
-    if (PyUnicode_Check(data.ptr())) return data.cast<std::string>();
+// Loads from a buffer object (bytes, bytearray, memoryview, mmap, numpy array) in place, or
+// from the UTF-8 of a str.
+RecordView LoadBuffer(pyb::handle data) {
+    pyb::object source = pyb::reinterpret_borrow<pyb::object>(data);
+    if (PyUnicode_Check(data.ptr())) source = source.attr("encode")("utf-8", "surrogatepass");
     Py_buffer view;
-    if (PyObject_GetBuffer(data.ptr(), &view, PyBUF_C_CONTIGUOUS) != 0) {
+    if (PyObject_GetBuffer(source.ptr(), &view, PyBUF_C_CONTIGUOUS) != 0) {
         PyErr_Clear();
         throw pyb::type_error(std::string("orvik.loads: expected bytes-like data or str, not ") +
                               Py_TYPE(data.ptr())->tp_name);
     }
-    std::string bytes(static_cast<char const *>(view.buf), std::size_t(view.len));
-    PyBuffer_Release(&view);
-    return bytes;
-}
-
-RecordView LoadBytes(std::string const &bytes) {
+    // The lite variant reader takes a copy of its own; XML is parsed from the view.
+    struct Release {
+        Py_buffer *view;
+        ~Release() { PyBuffer_Release(view); }
+    } release{&view};
     return WithDiagnostics(
-        [&] { return Load(reinterpret_cast<unsigned char const *>(bytes.data()), bytes.size()); });
+        [&] { return Load(static_cast<unsigned char const *>(view.buf), std::size_t(view.len)); });
 }
 
 // The record to write: a Record as it is, anything else through the value mapping.
@@ -300,7 +300,7 @@ PYBIND11_MODULE(_orvik, m) {
     m.attr("Record").attr("__module__") = "orvik";
 
     m.def(
-        "loads", [](pyb::handle data) { return LoadBytes(BytesOf(data)); }, pyb::arg("data"),
+        "loads", [](pyb::handle data) { return LoadBuffer(data); }, pyb::arg("data"),
         "A Record from a lite variant buffer (plain or 'LV0Z', or the 'LV00' file form) or the "
         "XML form (UTF-8, or UTF-16 with a byte-order mark).  Raises FormatError.");
     m.def(
@@ -316,7 +316,7 @@ PYBIND11_MODULE(_orvik, m) {
                 throw;
             }
             file.attr("__exit__")(pyb::none(), pyb::none(), pyb::none());
-            return LoadBytes(std::string(bytes));
+            return LoadBuffer(bytes);
         },
         pyb::arg("path"), "loads() of a file's contents.");
     m.def(
