@@ -20,7 +20,8 @@ export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$ROOT}
 TSAN_FOLDERS="platform strings types variant events"
 
 PACKAGES=(cmake ninja-build g++ pkg-config libexpat1-dev zlib1g-dev qt6-base-dev libgtest-dev
-          libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format tzdata)
+          libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format tzdata
+          python3-dev pybind11-dev python3-pytest python3-numpy)
 BENCH_PACKAGES=(libb64-dev nlohmann-json3-dev rapidjson-dev libpugixml-dev libtinyxml2-dev libboost-dev
                 libmsgpack-cxx-dev libflatbuffers-dev)
 
