@@ -15,7 +15,6 @@ namespace {
 
 constexpr wchar_t kRunTypeItem[] = L"__m_runType";  // first item of a level written from a record
 constexpr wchar_t kUnnamed[] = L"no_name";          // the variant's name for an unnamed node
-constexpr char kNullRunType[] = "unknown";          // the run type a Null variant reports
 
 template <class Holder>
 Holder const *as(CKrVariantData const *data) {
