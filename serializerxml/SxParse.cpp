@@ -85,12 +85,16 @@ SxReadState::~SxReadState() {
 }
 
 CKrVariant const *SxReadState::SampleFor(wchar_t const *runType) {
-    // Documents repeat run types: the last one answers most elements without a lookup.
-    if (haveLast && lastRunType == runType) return lastSample;
-    haveLast = true;
-    lastRunType = runType;
-    lastSample = lookUpSample(runType);
-    return lastSample;
+    // Documents repeat a few run types: the texts already met answer without narrowing the
+    // name or asking the map.
+    size_t const length = std::char_traits<wchar_t>::length(runType);
+    for (Recent const &r : recent)
+        if (r.runType.size() == length &&
+            std::char_traits<wchar_t>::compare(r.runType.data(), runType, length) == 0)
+            return r.sample;
+    CKrVariant const *sample = lookUpSample(runType);
+    if (recent.size() < kRecentKept) recent.push_back({std::wstring(runType, length), sample});
+    return sample;
 }
 
 CKrVariant const *SxReadState::lookUpSample(wchar_t const *runType) {

@@ -14,6 +14,7 @@
 #include "variant/CKrVariant.h"
 #include "variant/CKrVariantText.h"
 #include "variant/CKrVariantTree.h"
+#include "variant/internal/VariantValueScan.h"
 
 // ---- base ------------------------------------------------------------------------------------
 
@@ -67,13 +68,6 @@ template <class T>
 bool scanValue(wchar_t const *text, wchar_t const *format, T *value) {
     if (!text) return false;
     return std::swscanf(text, format, value) == 1;
-}
-
-std::string narrow(wchar_t const *text) {
-    std::string s;
-    if (!text) return s;
-    for (; *text; ++text) s.push_back(*text < 256 ? static_cast<char>(*text) : '?');
-    return s;
 }
 
 void setWide(CKrStringW &out, std::wstring const &text) { out = text; }
@@ -228,28 +222,26 @@ bool CKrVariantDataCKrByteArray::GetString(CKrStringW &out) const {
 }
 
 bool CKrVariantDataKr_int32::SetString(wchar_t const *text) {
-    int v;
-    if (scanValue(text, L"%d", &v)) m_value = v;
+    orvik::detail::ScanInt32(text, m_value);
     return true;
 }
 bool CKrVariantDataKr_uint32::SetString(wchar_t const *text) {
-    unsigned int v;
-    if (scanValue(text, L"%u", &v)) m_value = v;
+    orvik::detail::ScanUInt32(text, m_value);
     return true;
 }
 bool CKrVariantDataKr_int64::SetString(wchar_t const *text) {
     long long v;
-    if (scanValue(text, L"%lld", &v)) m_value = v;
+    if (orvik::detail::ScanInt64(text, v)) m_value = v;
     return true;
 }
 bool CKrVariantDataKr_uint64::SetString(wchar_t const *text) {
     unsigned long long v;
-    if (scanValue(text, L"%llu", &v)) m_value = v;
+    if (orvik::detail::ScanUInt64(text, v)) m_value = v;
     return true;
 }
 bool CKrVariantDataDouble::SetString(wchar_t const *text) {
     // atof has no failure value: text that is no number reads as 0.0.
-    if (text) m_value = std::atof(narrow(text).c_str());
+    if (text) m_value = orvik::detail::ReadDouble(text);
     return true;
 }
 bool CKrVariantDataBool::SetString(wchar_t const *text) {

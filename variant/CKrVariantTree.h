@@ -21,6 +21,11 @@ struct CKrVariantAccess {
     static CKrVariantData *DataOf(CKrVariant const &v) { return v.m_pData; }
     static void SetData(CKrVariant &v, CKrVariantData *data) { v.m_pData = data; }
     static CKrStringW &NameOf(CKrVariant &v) { return v.m_name; }
+    // A new node with an empty name (not yet valid: the caller sets and validates one), no value
+    // and type change off; the caller owns it.  Spares builders the default name's allocation.
+    static CKrVariant *NewUnnamed() {
+        return new CKrVariant(CKrVariant::RawTag{}, CKrStringW(), nullptr, false);
+    }
 
     // The list holder of `v`, or null when `v` is no list.
     static CKrVariantDataCKrListVariant *ListOf(CKrVariant const &v) {

@@ -335,7 +335,7 @@ void ResetToSample(CKrVariant &v, CKrVariant const *sample) {
 }
 
 CKrVariant *NewNode(wchar_t const *name, CKrVariant const *sample) {
-    auto *node = new CKrVariant();
+    CKrVariant *node = CKrVariantAccess::NewUnnamed();
     CKrStringW &n = CKrVariantAccess::NameOf(*node);
     n = name;
     CKrVariant::ValidateName(n);

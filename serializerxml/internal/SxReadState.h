@@ -51,9 +51,14 @@ struct SxReadState {
     std::vector<wchar_t> attrText;
     std::vector<wchar_t const *> attrs;
     std::unordered_map<std::string, CKrVariant const *> samples;
-    std::wstring lastRunType;
-    CKrVariant const *lastSample = nullptr;
-    bool haveLast = false;
+    // The run types met so far in this reading, as they stand in the text: documents use a
+    // handful and alternate between them element by element.
+    struct Recent {
+        std::wstring runType;
+        CKrVariant const *sample;
+    };
+    static constexpr size_t kRecentKept = 16;
+    std::vector<Recent> recent;
 };
 
 // Parses `length` UTF-16 units (one per wchar_t) or UTF-8 bytes into `target`: the readers
