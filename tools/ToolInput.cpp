@@ -221,7 +221,8 @@ CKrVariant loadVariant(Input &in) {
         case EKrDataFormat::Unknown:
             break;
     }
-    throw ToolError(kExitMalformed, name + ": unrecognised data (not a lite variant, XML or JSON)");
+    throw ToolError(kExitMalformed,
+                    name + ": unrecognised data at offset 0 (not a lite variant, XML or JSON)");
 }
 
 void writeOutput(std::string const &path, std::string const &bytes) {
