@@ -19,7 +19,7 @@ export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$ROOT}
 TSAN_FOLDERS="platform strings types variant events"
 
 PACKAGES=(cmake ninja-build g++ pkg-config libexpat1-dev zlib1g-dev qt6-base-dev libgtest-dev
-          libgmock-dev libbenchmark-dev clang libclang-rt-14-dev tzdata)
+          libgmock-dev libbenchmark-dev clang libclang-rt-14-dev tzdata libcli11-dev)
 BENCH_PACKAGES=(libb64-dev nlohmann-json3-dev rapidjson-dev libpugixml-dev libtinyxml2-dev)
 
 install_packages() {
