@@ -22,6 +22,7 @@
 #include "variant/CKrVariantData.h"
 #include "variant/CKrVariantRunType.h"
 #include "variant/EKrKeyType.h"
+#include "variant/KrDataFormat.h"
 
 #include "xmltree/CKrXMLAttributeMap.h"
 #include "xmltree/CKrXMLMemory.h"
@@ -33,6 +34,7 @@
 #include "json/CKrJsonArray.h"
 #include "json/CKrJsonObject.h"
 #include "json/CKrJsonValue.h"
+#include "json/CKrVariantJson.h"
 
 #include "time/KrDateSpan.h"
 #include "time/KrDateTime.h"

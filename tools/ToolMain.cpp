@@ -4,6 +4,7 @@
 #include <expat.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -49,21 +50,34 @@ std::string xmlFault(Input const &in) {
     XML_Parser parser = XML_ParserCreate(nullptr);
     if (!parser) throw ToolError(kExitIo, "out of memory");
     std::string where = "not well formed";
-    if (XML_Parse(parser, reinterpret_cast<char const *>(in.bytes.data()),
-                  static_cast<int>(in.bytes.size()), 1) == XML_STATUS_ERROR) {
-        where = "line " + std::to_string(XML_GetCurrentLineNumber(parser)) + ", column " +
-                std::to_string(XML_GetCurrentColumnNumber(parser) + 1) + " (offset " +
-                std::to_string(XML_GetCurrentByteIndex(parser)) +
-                "): " + XML_ErrorString(XML_GetErrorCode(parser));
-    }
+    // Fed in pieces that fit expat's int lengths.
+    constexpr size_t kPiece = size_t(1) << 30;
+    size_t done = 0;
+    do {
+        size_t const n = std::min(kPiece, in.bytes.size() - done);
+        bool const last = done + n == in.bytes.size();
+        if (XML_Parse(parser, reinterpret_cast<char const *>(in.bytes.data() + done),
+                      static_cast<int>(n), last) == XML_STATUS_ERROR) {
+            where = "line " + std::to_string(XML_GetCurrentLineNumber(parser)) + ", column " +
+                    std::to_string(XML_GetCurrentColumnNumber(parser) + 1) + " (offset " +
+                    std::to_string(XML_GetCurrentByteIndex(parser)) +
+                    "): " + XML_ErrorString(XML_GetErrorCode(parser));
+            break;
+        }
+        done += n;
+    } while (done < in.bytes.size());
     XML_ParserFree(parser);
     return where;
 }
 
 void loadXml(Input const &in, CKrXMLTree &tree) {
     std::vector<char> copy(in.bytes.begin(), in.bytes.end());
-    int const rc = in.path == "-" ? tree.SetValue(copy.data(), copy.size(), true)
-                                  : tree.LoadFromFile(CKrStringW(in.path.c_str()), true);
+    // The file loader also converts the code pages some instrument files declare; it takes
+    // the path as wide text, so only a plain ASCII path is handed to it.
+    bool const ascii =
+        std::all_of(in.path.begin(), in.path.end(), [](char ch) { return ch > 0 && ch < 0x7F; });
+    int const rc = in.path == "-" || !ascii ? tree.SetValue(copy.data(), copy.size(), true)
+                                            : tree.LoadFromFile(CKrStringW(in.path.c_str()), true);
     if (rc == -2) throw ToolError(kExitMalformed, displayName(in.path) + ": unsupported encoding");
     if (rc == -3) throw ToolError(kExitIo, displayName(in.path) + ": too large");
     if (rc != 0) throw ToolError(kExitMalformed, displayName(in.path) + ": " + xmlFault(in));
@@ -358,6 +372,20 @@ int runConvert(Common const &c, std::string const &outPath, std::string to) {
         } else {
             writer.Set(v, v.GetName().GetString());
         }
+        // A Null item has no lite-variant form: say how many are left out.
+        int nulls = 0;
+        std::vector<CKrVariant const *> walk{&v};
+        while (!walk.empty()) {
+            CKrVariant const *n = walk.back();
+            walk.pop_back();
+            nulls += n->IsNull();
+            for (int i = 0; i < n->GetCount(); ++i) walk.push_back(n->IndexPtr(i));
+        }
+        if (nulls > 0)
+            std::fprintf(
+                stderr,
+                "orvik: warning: %d item%s of type unknown left out (a lite variant has no Null)\n",
+                nulls, nulls == 1 ? "" : "s");
         CKrLiteVariantR reader;
         if (!writer.Finalize(reader, to == "lvz" ? 1 : 0))
             throw ToolError(kExitIo, "the data does not shrink: no compressed form (use --to lv)");
