@@ -1,5 +1,6 @@
 #include "json/CKrVariantJson.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -40,6 +41,9 @@ Kind kindOf(char const *runType) {
 }
 
 constexpr wchar_t kVersion[] = L"1.0";
+// Indentation stops growing below this level, so that the output of a deep tree stays
+// proportional to the tree rather than to the square of its depth.
+constexpr int kMaxIndentedLevels = 64;
 
 // Messages of the reader (one line each; the offset is reported beside them).
 constexpr wchar_t kErrDocument[] = L"Expected '{' at the start of the document";
@@ -270,7 +274,9 @@ private:
     void newline(int depth) {
         if (m_indent <= 0) return;
         m_out += L'\n';
-        m_out.append(static_cast<size_t>(depth) * static_cast<size_t>(m_indent), L' ');
+        m_out.append(static_cast<size_t>(std::min(depth, kMaxIndentedLevels)) *
+                         static_cast<size_t>(m_indent),
+                     L' ');
     }
 
     std::wstring &m_out;

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "json/CKrJsonObject.h"
 #include "json/CKrVariantJson.h"
 #include "platform/KrPlatform.h"
+#include "strings/CKrAlloc.h"
 #include "tools/ToolInput.h"
 #include "tools/ToolLvLayout.h"
 #include "tools/ToolText.h"
@@ -256,6 +258,25 @@ int runVerify(Common const &c) {
     std::string detail;
     if (isLite(f)) {
         LvLayout const &layout = layoutOf(in);
+#ifdef ORVIK_TOOL_HAS_LITE_VARIANT
+        // The reader's own check decides; the layout decoder names the fault.
+        CKrLiteVariantR reader;
+        size_t const n = in.bytes.size();
+        void *copy = n ? CKrAlloc::Alloc(0, n) : nullptr;
+        if (n && !copy) throw ToolError(kExitIo, "out of memory");
+        if (n) std::memcpy(copy, in.bytes.data(), n);
+        reader.SetPointer(copy, n, n);
+        kr_uint64 fault = 0;
+        if (reader.Validate(&fault) != 0) {
+            std::string why = layout.wellFormed ? "refused by the reader"
+                                                : layout.fault.substr(layout.fault.find(' ') + 1);
+            throw ToolError(
+                kExitMalformed,
+                name + ": malformed lite variant at offset " + std::to_string(fault) +
+                    (layout.envelope && !layout.inflated.empty() ? " of the inflated data" : "") +
+                    ": " + why);
+        }
+#endif
         if (!layout.wellFormed)
             throw ToolError(
                 kExitMalformed,
@@ -301,7 +322,7 @@ int runAnnotate(Common const &c) {
             std::string hex = hexBytes(base + f.offset + done, static_cast<size_t>(n), 0);
             hex.resize(49, ' ');
             text += head + hex;
-            if (done == 0) text += std::string(static_cast<size_t>(f.depth) * 2, ' ') + f.text;
+            if (done == 0) text += indentFor(f.depth) + f.text;
             while (!text.empty() && text.back() == ' ') text.pop_back();
             text += '\n';
             done += n;

@@ -69,4 +69,11 @@ std::string hexBytes(unsigned char const *data, size_t size, size_t maxBytes) {
     return out;
 }
 
+std::string indentFor(int depth) {
+    constexpr int kMaxIndented = 64;
+    if (depth <= kMaxIndented)
+        return std::string(static_cast<size_t>(depth < 0 ? 0 : depth) * 2, ' ');
+    return std::string(kMaxIndented * 2, ' ') + "(depth " + std::to_string(depth) + ") ";
+}
+
 }  // namespace orvik::tool

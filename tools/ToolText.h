@@ -28,6 +28,11 @@ std::string shortestDouble(double value);
 // when some were left out.
 std::string hexBytes(unsigned char const *data, size_t size, size_t maxBytes);
 
+// Two blanks per level; beyond 64 levels the indentation stops growing and "(depth N) " is
+// written instead, so that a hostile deeply nested input cannot blow the output up by the
+// square of its depth.
+std::string indentFor(int depth);
+
 }  // namespace orvik::tool
 
 #endif

@@ -331,7 +331,7 @@ std::string printRows(std::vector<TreeRow> const &rows) {
             std::snprintf(buf, sizeof buf, "%08llx  ", static_cast<unsigned long long>(row.offset));
             out += buf;
         }
-        out.append(static_cast<size_t>(row.depth) * 2, ' ');
+        out += indentFor(row.depth);
         out += shownName(row.name) + "  " + row.type;
         if (!row.detail.empty()) out += "  " + row.detail;
         out += '\n';

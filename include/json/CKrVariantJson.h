@@ -31,8 +31,9 @@
 // unknown or repeated members, a value that does not fit its type, a value on a list or items on
 // a scalar, text after the document.
 //
-// The writer puts each node on its own line, indented by `indent` spaces per level (indent <= 0:
-// the whole document on one line without blanks).  Neither direction recurses: a tree of any
+// The writer puts each node on its own line, indented by `indent` spaces per level up to level 64
+// (deeper lines keep that indentation, so output stays proportional to the tree); indent <= 0
+// writes the whole document on one line without blanks.  Neither direction recurses: a tree of any
 // depth is safe.
 #ifndef ORVIK_JSON_CKRVARIANTJSON_H
 #define ORVIK_JSON_CKRVARIANTJSON_H

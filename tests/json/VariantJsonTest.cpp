@@ -229,7 +229,7 @@ TEST(VariantJson, ReadingReplacesTheTargetAndKeepsItsTypeChangeSetting) {
 }
 
 TEST(VariantJson, DeepTreesNeedNoRecursion) {
-    constexpr int kDepth = 100000;
+    constexpr int kDepth = 50000;
     std::wstring text = L"{\"variant\":\"1.0\",\"root\":";
     for (int i = 0; i < kDepth; ++i)
         text += L"{\"name\":\"l\",\"type\":\"CKrListVariant\",\"items\":[";
@@ -238,4 +238,13 @@ TEST(VariantJson, DeepTreesNeedNoRecursion) {
     CKrVariant v;
     ASSERT_EQ(CKrVariantJson::VariantFromJson(v, CKrStringW(text), nullptr, nullptr), 0);
     EXPECT_EQ(toJson(v, 0), text);
+    // Indented output stops indenting deeper than 64 levels: it grows with the tree, not with
+    // the square of its depth, and still reads back.
+    std::wstring const indented = toJson(v, 2);
+    EXPECT_LT(indented.size(), text.size() + size_t(kDepth) * 300);
+    EXPECT_NE(indented.find(L"\n" + std::wstring(128, L' ') + L"{"), std::wstring::npos);
+    EXPECT_EQ(indented.find(std::wstring(129, L' ')), std::wstring::npos);
+    CKrVariant again;
+    ASSERT_EQ(CKrVariantJson::VariantFromJson(again, CKrStringW(indented), nullptr, nullptr), 0);
+    EXPECT_EQ(toJson(again, 0), text);
 }
