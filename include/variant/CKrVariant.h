@@ -310,10 +310,12 @@ public:
     // node named by the node, attribute runtype, for a leaf also value (escaped as attribute
     // text except for byte arrays), </variant>.  Replaces `out`; returns 0.
     int Write(CKrStringW &out) const;
-    // Parsing the XML form is done by the XML serialiser.  Until a reader is installed with
-    // SetXmlReader, Read reports "Error: CKrVariant::Read(), reading the XML form is not
-    // supported!" (condition "s_xmlReader == nullptr") and returns -2; otherwise it returns the
-    // reader's result.
+    // Parses the XML form (as Write gives it) into this variant: the reader of the XML
+    // serialiser (CKrSerializerXMLString::VariantFromXML, results and rules documented there),
+    // which installs itself with SetXmlReader when the shared library loads.  A program that
+    // links the variant folder without the serializer has no reader: Read then reports
+    // "Error: CKrVariant::Read(), reading the XML form is not supported!" (condition
+    // "s_xmlReader == nullptr") and returns -2.
     int Read(CKrStringW const &text);
     int Read(wchar_t const *text);
     using XmlReader = int (*)(CKrVariant &target, wchar_t const *text, size_t length);

@@ -1,0 +1,179 @@
+// The expat driver of the XML form of a variant: one parser per reading, the whole text in one
+// final pass (fed in pieces that expat joins), element callbacks only.
+#include <expat.h>
+
+#include <bit>
+#include <climits>
+#include <cstring>
+
+#include "platform/KrPlatform.h"
+#include "serializerxml/CKrXMLAPI.h"
+#include "serializerxml/internal/SxReadState.h"
+#include "variant/internal/VariantXmlForm.h"
+
+static_assert(sizeof(XML_Char) == 2, "the reader needs expat built for UTF-16 (libexpatw)");
+// Entity amplification protection (XML_SetBillionLaughsAttackProtection*) arrived in 2.4.0;
+// the reader's header promises it.
+static_assert(XML_MAJOR_VERSION > 2 || (XML_MAJOR_VERSION == 2 && XML_MINOR_VERSION >= 4),
+              "expat 2.4 or later is required");
+
+namespace orvik::detail {
+namespace {
+
+constexpr size_t kSamplesRemembered = 256;  // enough for any real document, bounded for others
+
+// Hands expat's UTF-16 units to the public callbacks as wchar_t text.
+void XMLCALL onStart(void *user, XML_Char const *name, XML_Char const **atts) {
+    auto *s = static_cast<SxReadState *>(user);
+    if (s->state != 0) return;
+    size_t total = 0;
+    size_t count = 0;
+    std::basic_string_view<XML_Char> nameView(name);
+    total += nameView.size() + 1;
+    for (XML_Char const **a = atts; *a; ++a, ++count)
+        total += std::char_traits<XML_Char>::length(*a) + 1;
+    s->attrText.resize(total);
+    wchar_t *dst = s->attrText.data();
+    auto widen = [&dst](XML_Char const *src) {
+        for (; *src; ++src) *dst++ = static_cast<wchar_t>(*src);
+        *dst++ = 0;
+    };
+    widen(name);
+    for (size_t i = 0; i < count; ++i) widen(atts[i]);
+    s->attrs.resize(count + 1);
+    wchar_t const *p = s->attrText.data() + nameView.size() + 1;
+    for (size_t i = 0; i < count; ++i) {
+        s->attrs[i] = p;
+        p += std::char_traits<wchar_t>::length(p) + 1;
+    }
+    s->attrs[count] = nullptr;
+    CKrXMLAPI::StartElement(s, s->attrText.data(), s->attrs.data());
+}
+
+void XMLCALL onEnd(void *user, XML_Char const *) {
+    auto *s = static_cast<SxReadState *>(user);
+    if (s->state != 0) return;
+    CKrXMLAPI::EndElement(s, nullptr);  // tags pair up already: the name is not needed
+}
+
+XML_Parser makeParser(XML_Char const *encoding, SxReadState &state) {
+    XML_Parser parser = XML_ParserCreate(encoding);
+    if (!parser) return nullptr;
+    XML_SetUserData(parser, &state);
+    XML_SetElementHandler(parser, &onStart, &onEnd);
+    // Nothing outside the text is ever read: no external entity handler is installed, and
+    // parameter entities (the external DTD subset) stay off.
+    XML_SetParamEntityParsing(parser, XML_PARAM_ENTITY_PARSING_NEVER);
+    return parser;
+}
+
+int finish(XML_Parser parser, SxReadState &state, bool parsed) {
+    XML_ParserFree(parser);
+    if (!parsed) return -9;
+    if (state.state < 0) {
+        KR_ASSERTW(state.state >= 0, KR_SERIALIZERXML_SOURCE,
+                   L"Error: structure of the data inside XML not valid");
+        return -9;
+    }
+    return 0;
+}
+
+}  // namespace
+
+SxReadState::~SxReadState() {
+    for (Entry const &e : stack)
+        if (e.mark == kScratch) delete e.item;
+    if (targetOpen) target->EnableTypeChange(savedTypeChange);
+}
+
+CKrVariant const *SxReadState::SampleFor(wchar_t const *runType) {
+    narrow.clear();
+    bool ascii = true;
+    for (wchar_t const *p = runType; *p; ++p) {
+        if (static_cast<unsigned>(*p) >= 0x80) ascii = false;
+        narrow.push_back(static_cast<char>(*p));
+    }
+    if (!ascii) narrow = CKrStringA(runType).GetString();  // as the registry narrows names
+    auto it = samples.find(narrow);
+    if (it != samples.end()) return it->second;
+    CKrVariant const *sample;
+    if (narrow.empty()) {
+        sample = &CKrVariant::GetRunTypeSample(CKrVariantRunType("CKrStringW"));
+    } else if (KR_wcsicmp(runType, L"unknown") == 0) {
+        sample = nullptr;
+    } else {
+        CKrVariantRunType type(narrow.c_str());
+        if (CKrVariant::GetRunTypeIndex(type, false) >= 0)
+            sample = &CKrVariant::GetRunTypeSample(type);
+        else
+            sample = &CKrVariant::GetRunTypeSample(CKrVariantRunType("CKrListVariant"));
+    }
+    if (samples.size() < kSamplesRemembered) samples.emplace(narrow, sample);
+    return sample;
+}
+
+int SxReadUtf8(CKrVariant &target, char const *text, size_t length) {
+    if (!text && length) {
+        KR_ASSERTW(text != nullptr, KR_SERIALIZERXML_SOURCE,
+                   L"Error: VariantFromXML_UTF8(), no text!");
+        return -4;
+    }
+    static constexpr XML_Char kUtf8[] = {'U', 'T', 'F', '-', '8', 0};
+    SxReadState state(target);
+    XML_Parser parser = makeParser(kUtf8, state);
+    if (!parser) return -3;
+    constexpr size_t kPiece = size_t(1) << 30;  // XML_Parse takes an int length
+    bool ok = true;
+    do {
+        size_t piece = length < kPiece ? length : kPiece;
+        length -= piece;
+        ok = XML_Parse(parser, text ? text : "", static_cast<int>(piece), length == 0) ==
+             XML_STATUS_OK;
+        if (text) text += piece;
+    } while (ok && length > 0);
+    return finish(parser, state, ok);
+}
+
+int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length) {
+    if (!text && length) {
+        KR_ASSERTW(text != nullptr, KR_SERIALIZERXML_SOURCE, L"Error: VariantFromXML(), no text!");
+        return -4;
+    }
+    // The units are narrowed into expat's own buffer in the machine's byte order.
+    static constexpr XML_Char kLE[] = {'U', 'T', 'F', '-', '1', '6', 'L', 'E', 0};
+    static constexpr XML_Char kBE[] = {'U', 'T', 'F', '-', '1', '6', 'B', 'E', 0};
+    SxReadState state(target);
+    XML_Parser parser = makeParser(std::endian::native == std::endian::little ? kLE : kBE, state);
+    if (!parser) return -3;
+    constexpr size_t kChunk = 32768;  // units per pass; +1 so a pair never splits the space
+    bool ok = true;
+    size_t done = 0;
+    do {
+        auto *buffer =
+            static_cast<XML_Char *>(XML_GetBuffer(parser, static_cast<int>((kChunk + 1) * 2)));
+        if (!buffer) {
+            ok = false;
+            break;
+        }
+        size_t n = 0;
+        while (done < length && n < kChunk) {
+            auto c = static_cast<kr_uint32>(text[done]);
+            if (c <= 0xFFFF) {
+                buffer[n++] = static_cast<XML_Char>(c);
+            } else if (c <= 0x10FFFF) {
+                c -= 0x10000;
+                buffer[n++] = static_cast<XML_Char>(0xD800 + (c >> 10));
+                buffer[n++] = static_cast<XML_Char>(0xDC00 + (c & 0x3FF));
+            } else {
+                ok = false;  // not a character at all
+                break;
+            }
+            ++done;
+        }
+        if (!ok) break;
+        ok = XML_ParseBuffer(parser, static_cast<int>(n * 2), done == length) == XML_STATUS_OK;
+    } while (ok && done < length);
+    return finish(parser, state, ok);
+}
+
+}  // namespace orvik::detail

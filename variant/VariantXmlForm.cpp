@@ -1,0 +1,318 @@
+// The XML form of a variant: the one element writer (wide and UTF-8 sinks over the same walk),
+// the attribute-value escaper and its reverse, and the node-building helpers of the reader.
+#include "variant/internal/VariantXmlForm.h"
+
+#include <cstdio>
+#include <mutex>
+#include <vector>
+
+#include "variant/CKrVariantTree.h"
+
+namespace orvik::detail {
+namespace {
+
+constexpr size_t kIndentStep = 2;
+constexpr wchar_t kReplacement = 0xFFFD;
+
+bool isHighSurrogate(wchar_t c) { return c >= 0xD800 && c <= 0xDBFF; }
+bool isLowSurrogate(wchar_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+
+// Appends wide units unchanged.
+struct WideSink {
+    std::wstring &out;
+    void units(wchar_t const *p, size_t n) { out.append(p, n); }
+    void unit(wchar_t c) { out.push_back(c); }
+    void literal(wchar_t const *p, size_t n) { out.append(p, n); }
+    // 8-bit text (run-type names, numbers): one unit per byte.
+    void bytes(char const *p, size_t n) {
+        for (size_t i = 0; i < n; ++i)
+            out.push_back(static_cast<wchar_t>(static_cast<unsigned char>(p[i])));
+    }
+};
+
+// Encodes UTF-16 units as UTF-8.  A pair split over two calls is not joined: every caller hands
+// over whole strings.
+struct Utf8Sink {
+    std::string &out;
+    void units(wchar_t const *p, size_t n) {
+        size_t i = 0;
+        while (i < n) {
+            size_t run = i;
+            while (i < n && static_cast<unsigned>(p[i]) < 0x80) ++i;  // ASCII runs copy as they are
+            if (i > run) {
+                size_t old = out.size();
+                out.resize(old + (i - run));
+                char *dst = out.data() + old;
+                for (size_t k = run; k < i; ++k) *dst++ = static_cast<char>(p[k]);
+            }
+            if (i == n) break;
+            unsigned c = static_cast<unsigned>(p[i]) & 0xFFFF;
+            if (isHighSurrogate(static_cast<wchar_t>(c)) && i + 1 < n && isLowSurrogate(p[i + 1])) {
+                unsigned cp = 0x10000 + ((c - 0xD800) << 10) +
+                              ((static_cast<unsigned>(p[i + 1]) & 0xFFFF) - 0xDC00);
+                char b[4] = {static_cast<char>(0xF0 | (cp >> 18)),
+                             static_cast<char>(0x80 | ((cp >> 12) & 0x3F)),
+                             static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
+                             static_cast<char>(0x80 | (cp & 0x3F))};
+                out.append(b, 4);
+                i += 2;
+                continue;
+            }
+            if (isHighSurrogate(static_cast<wchar_t>(c)) || isLowSurrogate(static_cast<wchar_t>(c)))
+                c = kReplacement;
+            if (c < 0x800) {
+                char b[2] = {static_cast<char>(0xC0 | (c >> 6)),
+                             static_cast<char>(0x80 | (c & 0x3F))};
+                out.append(b, 2);
+            } else {
+                char b[3] = {static_cast<char>(0xE0 | (c >> 12)),
+                             static_cast<char>(0x80 | ((c >> 6) & 0x3F)),
+                             static_cast<char>(0x80 | (c & 0x3F))};
+                out.append(b, 3);
+            }
+            ++i;
+        }
+    }
+    void unit(wchar_t c) { units(&c, 1); }
+    // Markup literals are ASCII.
+    void literal(wchar_t const *p, size_t n) {
+        for (size_t i = 0; i < n; ++i) out.push_back(static_cast<char>(p[i]));
+    }
+    void bytes(char const *p, size_t n) {
+        for (size_t i = 0; i < n; ++i) {
+            wchar_t c = static_cast<wchar_t>(static_cast<unsigned char>(p[i]));
+            units(&c, 1);
+        }
+    }
+};
+
+template <size_t N>
+void put(auto &sink, wchar_t const (&lit)[N]) {
+    sink.literal(lit, N - 1);
+}
+
+template <class Sink>
+void escapeTo(Sink &sink, wchar_t const *p, size_t n) {
+    size_t run = 0;  // start of the pending run of units that need no escape
+    for (size_t i = 0; i < n; ++i) {
+        wchar_t c = p[i];
+        bool plain = c >= 32 ? (c != L'<' && c != L'"' && c != L'&') : c == L'\t';
+        if (c == L'&' && !(i + 1 < n && p[i + 1] != L'#')) plain = true;  // "&#..." and a final "&"
+        if (plain) continue;
+        sink.units(p + run, i - run);
+        run = i + 1;
+        switch (c) {
+            case L'<':
+                put(sink, L"&#x003C;");
+                break;
+            case L'"':
+                put(sink, L"&#x0022;");
+                break;
+            case L'\r':
+                put(sink, L"&#x000d;");
+                break;
+            case L'\n':
+                put(sink, L"&#x000a;");
+                break;
+            case L'&':
+                put(sink, L"&#x0026;");
+                break;
+            default: {
+                wchar_t pair[2] = {static_cast<wchar_t>(0xDB80), static_cast<wchar_t>(0xDC00 + c)};
+                sink.units(pair, 2);
+            }
+        }
+    }
+    sink.units(p + run, n - run);
+}
+
+// The value text of a leaf: the holder's GetString, except doubles in UTF-8 ("%.15g").
+template <class Sink>
+void writeValue(Sink &sink, CKrVariantData const *data, CKrStringW &scratch) {
+    if (!data) return;
+    using K = CKrVariantData;
+    switch (data->GetKind()) {
+        case K::krDATA_STRINGW: {
+            // Escaped straight from the stored string: no copy of possibly large values.
+            auto const &s = static_cast<CKrStringW const *>(const_cast<K *>(data)->GetValuePtr())
+                                ->GetStdString();
+            escapeTo(sink, s.data(), s.size());
+            return;
+        }
+        case K::krDATA_DOUBLE:
+            if constexpr (std::is_same_v<Sink, Utf8Sink>) {
+                char buf[40];
+                int n = std::snprintf(
+                    buf, sizeof buf, "%.15g",
+                    *static_cast<double const *>(const_cast<K *>(data)->GetValuePtr()));
+                if (n > 0) sink.bytes(buf, static_cast<size_t>(n));
+                return;
+            }
+            break;
+        default:
+            break;
+    }
+    scratch.Empty();
+    data->GetString(scratch);
+    std::wstring const &s = scratch.GetStdString();
+    if (data->GetKind() == K::krDATA_BYTEARRAY)
+        sink.units(s.data(), s.size());  // Base64 needs no escaping
+    else
+        escapeTo(sink, s.data(), s.size());
+}
+
+template <class Sink>
+void emit(Sink &sink, CKrVariant const &root, bool indent) {
+    std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
+    struct Entry {
+        CKrVariant const *node;
+        size_t depth;
+        bool close;
+    };
+    std::vector<Entry> stack{{&root, 1, false}};
+    CKrStringW scratch;
+    std::wstring spaces;
+    while (!stack.empty()) {
+        Entry e = stack.back();
+        stack.pop_back();
+        if (indent) {
+            if (spaces.size() < e.depth * kIndentStep) spaces.resize(e.depth * kIndentStep, L' ');
+            sink.units(spaces.data(), e.depth * kIndentStep);
+        }
+        std::wstring const &name = e.node->GetName().GetStdString();
+        if (e.close) {
+            put(sink, L"</");
+            sink.units(name.data(), name.size());
+            put(sink, L">");
+        } else {
+            put(sink, L"<");
+            sink.units(name.data(), name.size());
+            put(sink, L" runtype=\"");
+            CKrStringA const &type = e.node->GetRunType().GetName();
+            sink.bytes(type.GetString(), type.GetLength());
+            put(sink, L"\"");
+            if (CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(*e.node)) {
+                put(sink, L">");
+                stack.push_back({e.node, e.depth, true});
+                CKrVariantAccess::Items const &items = CKrVariantAccess::ItemsOf(list->GetList());
+                for (auto it = items.rbegin(); it != items.rend(); ++it)
+                    if (*it) stack.push_back({*it, e.depth + 1, false});
+            } else {
+                put(sink, L" value=\"");
+                writeValue(sink, CKrVariantAccess::DataOf(*e.node), scratch);
+                put(sink, L"\"/>");
+            }
+        }
+        if (indent) put(sink, L"\r\n");
+    }
+}
+
+CKrVariantData *emptyValueOf(CKrVariant const *sample) {
+    CKrVariantData const *data = sample ? CKrVariantAccess::DataOf(*sample) : nullptr;
+    if (!data) return nullptr;
+    CKrVariantData *fresh = data->CreateEmpty();
+    // A record sample brings its run type and members; scalars and the plain list start empty.
+    if (data->IsArray() && !static_cast<CKrVariantDataCKrListVariant const *>(data)->IsPlainList())
+        data->GetValueCopy(*fresh);
+    return fresh;
+}
+
+}  // namespace
+
+void AppendAttValueEscaped(std::wstring &out, wchar_t const *text, size_t length) {
+    WideSink sink{out};
+    escapeTo(sink, text, length);
+}
+
+void RevalidateAttValue(std::wstring &text) {
+    bool hasAmp = false;
+    size_t w = 0;
+    for (size_t r = 0; r < text.size(); ++r) {
+        wchar_t c = text[r];
+        if (c == 0xDB80 && r + 1 < text.size()) {
+            wchar_t d = text[r + 1];
+            if (d >= 0xDC00 && d < 0xDC00 + 32) {
+                wchar_t ctl = d - 0xDC00;
+                if (ctl != 9 && ctl != 10 && ctl != 13) {
+                    text[w++] = ctl;
+                    ++r;
+                    continue;
+                }
+            }
+        }
+        hasAmp |= c == L'&';
+        text[w++] = c;
+    }
+    text.resize(w);
+    if (!hasAmp) return;
+    static constexpr struct {
+        wchar_t const *ref;
+        wchar_t ch;
+    } kRefs[] = {{L"&#x003C;", L'<'},
+                 {L"&#x0022;", L'"'},
+                 {L"&#x000d;", L'\r'},
+                 {L"&#x000a;", L'\n'},
+                 {L"&#x0026;", L'&'}};
+    for (auto const &r : kRefs) {
+        size_t pos = text.find(r.ref);
+        if (pos == std::wstring::npos) continue;
+        // One pass per reference, in the fixed order (a later pass sees the earlier results).
+        std::wstring next;
+        next.reserve(text.size());
+        size_t from = 0;
+        for (; pos != std::wstring::npos; pos = text.find(r.ref, from)) {
+            next.append(text, from, pos - from);
+            next.push_back(r.ch);
+            from = pos + 8;
+        }
+        next.append(text, from, std::wstring::npos);
+        text.swap(next);
+    }
+}
+
+void AppendElementW(std::wstring &out, CKrVariant const &v, bool indent) {
+    WideSink sink{out};
+    emit(sink, v, indent);
+}
+
+void AppendElementUtf8(std::string &out, CKrVariant const &v) {
+    Utf8Sink sink{out};
+    emit(sink, v, false);
+}
+
+void ResetToSample(CKrVariant &v, CKrVariant const *sample) {
+    CKrVariantData *old = CKrVariantAccess::DataOf(v);
+    CKrVariantAccess::SetData(v, emptyValueOf(sample));
+    delete old;
+}
+
+CKrVariant *NewNode(wchar_t const *name, CKrVariant const *sample) {
+    auto *node = new CKrVariant();
+    CKrStringW &n = CKrVariantAccess::NameOf(*node);
+    n = name;
+    CKrVariant::ValidateName(n);
+    CKrVariantAccess::SetData(*node, emptyValueOf(sample));
+    return node;
+}
+
+CKrVariant &AppendChild(CKrVariant &list, wchar_t const *name, CKrVariant const *sample) {
+    CKrVariant *node = NewNode(name, sample);
+    CKrVariantDataCKrListVariant *holder = CKrVariantAccess::ListOf(list);
+    return *holder->GetList().Append(node);
+}
+
+void SetValueText(CKrVariant &v, wchar_t const *text) {
+    if (CKrVariantData *data = CKrVariantAccess::DataOf(v)) data->SetString(text);
+}
+
+bool HoldsStringW(CKrVariant const &v) {
+    CKrVariantData const *data = CKrVariantAccess::DataOf(v);
+    return data && data->GetKind() == CKrVariantData::krDATA_STRINGW;
+}
+
+bool IsPlainList(CKrVariant const &v) {
+    CKrVariantDataCKrListVariant const *list = CKrVariantAccess::ListOf(v);
+    return list && list->IsPlainList();
+}
+
+}  // namespace orvik::detail

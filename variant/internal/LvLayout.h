@@ -1,0 +1,117 @@
+// The lite variant's byte layout: field widths, the bounded item parser and the order of names.
+// Every read of a buffer by the reader, the validator and the rebuilding members goes through
+// lvParseItem / lvParseHead, which never look at a byte at or beyond the limit they are given;
+// that is the whole of the reader's safety on hostile buffers.
+#ifndef ORVIK_VARIANT_INTERNAL_LVLAYOUT_H
+#define ORVIK_VARIANT_INTERNAL_LVLAYOUT_H
+
+#include <cstring>
+
+#include "platform/KrTypes.h"
+#include "variant/EKrLiteVariantType.h"
+
+namespace orvik::detail {
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the layout is little-endian");
+
+inline constexpr unsigned kLvMaxNameUnits = 255;
+inline constexpr kr_uint64 kLvHeadBytes = 2;           // type code, name length
+inline constexpr kr_uint64 kLvBlobLengthBytes = 8;     // before the bytes of code 9
+inline constexpr kr_uint64 kLvLevelFieldBytes = 12;    // child count (4), level size (8)
+inline constexpr kr_uint64 kLvIndexEntryBytes = 8;     // one offset per child
+inline constexpr kr_uint64 kLvEnvelopeHeadBytes = 12;  // mark, uncompressed size
+inline constexpr char kLvEnvelopeMark[4] = {'L', 'V', '0', 'Z'};
+inline constexpr char kLvPlainFileMark[4] = {'L', 'V', '0', '0'};
+inline constexpr int kLvCompressLevel = 6;
+// Deflate cannot expand better than about 1032 to 1; a declared size beyond that (plus room for
+// the stream's head and tail) is a lie and is refused before any allocation.
+inline constexpr kr_uint64 kLvMaxInflateRatio = 1032;
+inline constexpr kr_uint64 kLvInflateSlack = 1024;
+// No buffer larger than this is inflated or loaded from a file (4 GiB).
+inline constexpr kr_uint64 kLvMaxBufferSize = kr_uint64(1) << 32;
+
+inline uint16_t lvLoad16(kr_uint8 const *p) {
+    uint16_t v;
+    std::memcpy(&v, p, 2);
+    return v;
+}
+inline kr_uint32 lvLoad32(kr_uint8 const *p) {
+    kr_uint32 v;
+    std::memcpy(&v, p, 4);
+    return v;
+}
+inline kr_uint64 lvLoad64(kr_uint8 const *p) {
+    kr_uint64 v;
+    std::memcpy(&v, p, 8);
+    return v;
+}
+
+// Value bytes of the fixed-size codes; 0 for the variable ones (8, 9, 11) and unknown codes.
+constexpr kr_uint64 lvFixedValueBytes(int type) {
+    constexpr kr_uint8 table[12] = {0, 1, 4, 4, 8, 8, 8, 8, 0, 0, 0, 0};
+    return (type >= 0 && type < 12) ? table[type] : 0;
+}
+// Codes a reader can step over.  Code 10 is reserved (never written) and counts as unknown.
+constexpr bool lvIsKnownType(int type) {
+    return (type >= krLVT_BOOL && type <= krLVT_BLOB) || type == krLVT_LEVEL;
+}
+
+// One parsed item.  Offsets are absolute within the buffer.
+struct LvItem {
+    kr_uint64 offset;  // the type code
+    int type;
+    unsigned nameUnits;     // the length byte
+    kr_uint64 nameOffset;   // first name byte
+    kr_uint64 valueOffset;  // first value byte (blob: after its length; level: first child)
+    kr_uint64 valueBytes;   // value bytes (string: terminator included; level: all children)
+    kr_uint64 end;          // first byte after the item (level: after its index)
+    kr_uint32 count;        // level: child count
+    kr_uint64 levelSize;    // level: the stored level size
+};
+
+// Reads the head (code, name length, name) of the item at `at`; false when it does not fit
+// below `limit`.  Sets offset, type, nameUnits, nameOffset and valueOffset (just after the name).
+inline bool lvParseHead(kr_uint8 const *data, kr_uint64 limit, kr_uint64 at, LvItem &item) {
+    if (at >= limit || limit - at < kLvHeadBytes) return false;
+    item.offset = at;
+    item.type = data[at];
+    item.nameUnits = data[at + 1];
+    item.nameOffset = at + kLvHeadBytes;
+    kr_uint64 const nameBytes = kr_uint64(item.nameUnits) * 2;
+    if (limit - item.nameOffset < nameBytes) return false;
+    item.valueOffset = item.nameOffset + nameBytes;
+    return true;
+}
+
+// Parses the whole item at `at`, which must lie entirely below `limit` (for a level: its
+// children and its index too).  False for an unknown type code or anything out of bounds.
+// A level's own consistency (count against children, index entries) is not checked here.
+bool lvParseItem(kr_uint8 const *data, kr_uint64 limit, kr_uint64 at, LvItem &item);
+
+// The order of names: units compared as unsigned 16-bit numbers over the shorter stored length,
+// the first difference decides, then the shorter length comes first.  <0, 0, >0.
+int lvCompareStored(kr_uint8 const *a, unsigned unitsA, kr_uint8 const *b, unsigned unitsB);
+
+// A wanted name as the writer would store it: its units, a zero terminator when it has fewer
+// than 255 units, cut at 255.  `fits` is false for names of 256 units or more, which no stored
+// name can match (the matching rule compares stored lengths with the full wanted length).
+struct LvKey {
+    wchar_t const *name;
+    unsigned length;    // units of the name proper (meaningful only when fits)
+    unsigned keyUnits;  // units of the stored form
+    bool fits;
+};
+LvKey lvMakeKey(wchar_t const *name);
+// The order above between a stored name and a wanted one in its stored form.
+int lvCompareKey(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key);
+// True when the stored name is the wanted one: equal units and a stored length equal to the
+// wanted length, or to it plus one with a zero unit at the end.
+bool lvNameMatches(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key);
+
+// Stored name length for a wanted name (the writer's rule): 0 for null or empty, otherwise
+// units + 1 for the terminator, at most 255 (then without the terminator).
+unsigned lvStoredNameUnits(wchar_t const *name, size_t *nameLength);
+
+}  // namespace orvik::detail
+
+#endif
