@@ -259,7 +259,8 @@ int runVerify(Common const &c) {
     if (isLite(f)) {
         LvLayout const &layout = layoutOf(in);
 #ifdef ORVIK_TOOL_HAS_LITE_VARIANT
-        // The reader's own check decides; the layout decoder names the fault.
+        // Refused when the reader's own check or the layout decoder finds a fault; the
+        // decoder's message (which names the field) is preferred.
         CKrLiteVariantR reader;
         size_t const n = in.bytes.size();
         void *copy = n ? CKrAlloc::Alloc(0, n) : nullptr;
@@ -267,15 +268,12 @@ int runVerify(Common const &c) {
         if (n) std::memcpy(copy, in.bytes.data(), n);
         reader.SetPointer(copy, n, n);
         kr_uint64 fault = 0;
-        if (reader.Validate(&fault) != 0) {
-            std::string why = layout.wellFormed ? "refused by the reader"
-                                                : layout.fault.substr(layout.fault.find(' ') + 1);
+        if (reader.Validate(&fault) != 0 && layout.wellFormed)
             throw ToolError(
                 kExitMalformed,
                 name + ": malformed lite variant at offset " + std::to_string(fault) +
                     (layout.envelope && !layout.inflated.empty() ? " of the inflated data" : "") +
-                    ": " + why);
-        }
+                    ": refused by the reader");
 #endif
         if (!layout.wellFormed)
             throw ToolError(

@@ -141,8 +141,8 @@ damaged)
     fi
     for f in "${inputs[@]}"; do
         size=$(stat -c %s "$f")
-        # Every position of a small file; about 40 spread over a larger one.
-        step=$((size / 40 + 1))
+        # Every position of a small file; about 25 spread over a larger one.
+        step=$((size / 25 + 1))
         for ((n = 0; n < size; n += step)); do
             head -c "$n" "$f" > cut.bin
             expect 2 verify cut.bin
@@ -176,17 +176,24 @@ roundtrip)
         same back.json sample.json "sample.json -> $to -> json"
         same "again.$to" "s.$to" "$to -> json -> $to"
     done
-    # XML (UTF-16 and UTF-8) -> JSON -> XML: the same document.
+    # XML (UTF-16 and UTF-8) -> JSON -> XML: the same document.  The XML reader knows no
+    # record type that is not registered (RKrStage reads as a plain list), so the documents
+    # start from what it reads.
     for to in xml xml8; do
-        "$ORVIK" convert sample.json "s.$to" --to "$to" && "$ORVIK" convert "s.$to" back.json &&
+        "$ORVIK" convert sample.json "s0.$to" --to "$to" && "$ORVIK" convert "s0.$to" s0.json &&
+            "$ORVIK" convert s0.json "s.$to" --to "$to" && "$ORVIK" convert "s.$to" back.json &&
             "$ORVIK" convert back.json "again.$to" --to "$to" || fail "convert via $to"
         same "again.$to" "s.$to" "$to -> json -> $to"
+        same back.json s0.json "json -> $to -> json"
     done
     # A Null item has no lite-variant form, but the XML and JSON forms keep it.
     printf '{"variant":"1.0","root":{"name":"r","type":"CKrListVariant","items":[{"name":"n","type":"unknown"}]}}' > null.json
     "$ORVIK" convert null.json null.xml && "$ORVIK" convert null.xml null2.json || fail "convert null"
     run tree null2.json
     [ "$(sed -n 2p out.txt)" = '  n  unknown' ] || fail "Null through XML: $(cat out.txt)"
+    expect 0 convert null.json null.lv
+    [ "$(cat err.txt)" = 'orvik: warning: 1 item of type unknown left out (a lite variant has no Null)' ] ||
+        fail "no warning for a Null item: $(cat err.txt)"
     # The tiny buffer written here by hand is exactly what the library's writer produces.
     "$ORVIK" convert tiny.lv tiny.json && "$ORVIK" convert tiny.json tiny2.lv || fail "convert tiny"
     same tiny2.lv tiny.lv "tiny.lv -> json -> lv"
