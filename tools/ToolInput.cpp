@@ -119,6 +119,11 @@ CKrVariant variantOfLayout(unsigned char const *b, LvLayout const &layout) {
 
 }  // namespace
 
+std::string &lastDiagnostic() {
+    static std::string message;
+    return message;
+}
+
 std::string displayName(std::string const &path) { return path == "-" ? "standard input" : path; }
 
 Input readInput(std::string const &path, std::string const &from) {
@@ -203,9 +208,13 @@ CKrVariant loadVariant(Input &in) {
 #ifdef ORVIK_TOOL_HAS_XML_READER
             CKrStringW const text = inputText(in);
             CKrVariant v;
+            lastDiagnostic().clear();
             if (CKrSerializerXMLString::VariantFromXML(
                     v, text.GetString(), static_cast<unsigned int>(text.GetLength())) != 0)
-                throw ToolError(kExitMalformed, name + ": not a well-formed XML form of a variant");
+                throw ToolError(
+                    kExitMalformed,
+                    name + ": not a well-formed XML form of a variant" +
+                        (lastDiagnostic().empty() ? "" : " (" + lastDiagnostic() + ")"));
             return v;
 #else
             throw ToolError(kExitMalformed,

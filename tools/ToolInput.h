@@ -60,6 +60,9 @@ LvLayout const &layoutOf(Input &in);
 // Writes bytes to the file (or standard output for "-"); throws kExitIo on failure.
 void writeOutput(std::string const &path, std::string const &bytes);
 
+// The last diagnostic the library reported (the tool keeps them instead of printing them).
+std::string &lastDiagnostic();
+
 // "FILE" or "standard input", for messages.
 std::string displayName(std::string const &path);
 

@@ -420,15 +420,16 @@ int runConvert(Common const &c, std::string const &outPath, std::string to) {
     return kExitOk;
 }
 
-// Diagnostics of the library go to standard error in the tool's own line format.
-void diagToStderr(void *, int, wchar_t const *, wchar_t const *message, wchar_t const *, int) {
-    std::fprintf(stderr, "orvik: %s\n", utf8(std::wstring_view(message ? message : L"")).c_str());
+// Diagnostics of the library are kept, not printed: a command reports one line, and a library
+// message that explains a refusal becomes part of it (lastDiagnostic()).
+void keepDiagnostic(void *, int, wchar_t const *, wchar_t const *message, wchar_t const *, int) {
+    lastDiagnostic() = utf8(std::wstring_view(message ? message : L""));
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
-    KR_SetDiagHandler(diagToStderr, nullptr);
+    KR_SetDiagHandler(keepDiagnostic, nullptr);
     CLI::App app{
         "orvik: inspect, verify and convert lite variants, the XML and JSON forms of a "
         "variant, XML and JSON documents.\nFILE may be - for standard input. The format "

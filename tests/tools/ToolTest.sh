@@ -121,6 +121,8 @@ usage)
     expect 1 get sample.xml instrument/lens
     expect 2 convert sample.xml out.json
     expect 2 convert sample-plain.json out.json
+    printf '<variant version="2.0"><a runtype="kr_int32" value="1"/></variant>' > v2.xml
+    expect 2 verify v2.xml  # refused with one line, the library's own report folded in
     printf 'hello' > words.txt
     expect 2 verify words.txt
     expect 0 --help
