@@ -185,14 +185,11 @@ CKrVariant loadVariant(Input &in) {
         case EKrDataFormat::LiteVariantZ: {
             LvLayout const &layout = layoutOf(in);
             if (!layout.wellFormed)
-                throw ToolError(
-                    kExitMalformed,
-                    name + ": malformed lite variant at offset " +
-                        std::to_string(layout.faultOffset) +
-                        (layout.envelope && layout.inflated.size() ? " of the inflated data" : "") +
-                        ": " + layout.fault.substr(layout.fault.find(' ') + 1));
-            return variantOfLayout(layout.envelope ? layout.inflated.data() : in.bytes.data(),
-                                   layout);
+                throw ToolError(kExitMalformed,
+                                name + ": malformed lite variant at offset " +
+                                    std::to_string(layout.faultOffset) + layout.faultWhere() +
+                                    ": " + layout.fault.substr(layout.fault.find(' ') + 1));
+            return variantOfLayout(layout.buffer(in.bytes.data()), layout);
         }
         case EKrDataFormat::VariantJson: {
             CKrStringW const text = inputText(in);

@@ -88,6 +88,7 @@ private:
         if (error && m_out.wellFormed) {
             m_out.wellFormed = false;
             m_out.faultOffset = offset;
+            m_out.faultField = m_out.fields.size();
             m_out.fault = text;
         }
         m_out.fields.push_back(LvField{offset, size, depth(), std::move(text), error});
@@ -315,19 +316,21 @@ LvLayout decodeLvLayout(unsigned char const *data, kr_uint64 size) {
     LvLayout out;
     if (!data) size = 0;
     if (size >= 4 && std::memcmp(data, "LV0Z", 4) == 0) {
-        out.envelope = true;
+        out.headed = true;
+        out.payloadName = "inflated data";
         out.fields.push_back(LvField{0, 4, 0, "mark \"LV0Z\" (compressed envelope)", false});
         auto fail = [&out](kr_uint64 offset, kr_uint64 n, std::string text) {
             if (out.wellFormed) {
                 out.wellFormed = false;
                 out.faultOffset = offset;
+                out.faultField = out.fields.size();
                 out.fault = text;
             }
             out.fields.push_back(LvField{offset, n, 0, std::move(text), true});
         };
         if (size < kEnvelopeHead) {
             fail(4, size - 4, "error: envelope cut short before the end of its plain size");
-            out.inflatedFrom = out.fields.size();
+            out.payloadFrom = out.fields.size();
             return out;
         }
         kr_uint64 const plain = readLE(data + 4, 8);
@@ -337,25 +340,51 @@ LvLayout decodeLvLayout(unsigned char const *data, kr_uint64 size) {
             fail(12, stream,
                  "error: plain size " + num(plain) + " impossible for a stream of " + num(stream) +
                      " bytes, not inflated");
-            out.inflatedFrom = out.fields.size();
+            out.payloadFrom = out.fields.size();
             return out;
         }
-        out.inflated.resize(plain);
+        out.payload.resize(plain);
         uLongf got = static_cast<uLongf>(plain);
         int const rc =
-            uncompress(out.inflated.data(), &got, data + kEnvelopeHead, static_cast<uLong>(stream));
+            uncompress(out.payload.data(), &got, data + kEnvelopeHead, static_cast<uLong>(stream));
         if (rc != Z_OK || got != plain) {
             fail(12, stream,
                  "error: zlib stream of " + num(stream) + " bytes does not inflate to " +
                      num(plain) + " bytes (" + (rc == Z_OK ? "size differs" : zError(rc)) + ")");
-            out.inflated.clear();
-            out.inflatedFrom = out.fields.size();
+            out.payload.clear();
+            out.payloadFrom = out.fields.size();
             return out;
         }
         out.fields.push_back(
             LvField{12, stream, 0, "zlib stream (" + num(stream) + " bytes)", false});
-        out.inflatedFrom = out.fields.size();
-        Decoder(out.inflated.data(), plain, out).run();
+        out.payloadFrom = out.fields.size();
+        Decoder(out.payload.data(), plain, out).run();
+        return out;
+    }
+    if (size >= 4 && std::memcmp(data, "LV00", 4) == 0) {
+        // A saved plain buffer: "LV00", its size, the buffer.
+        out.headed = true;
+        out.payloadName = "saved buffer";
+        out.fields.push_back(LvField{0, 4, 0, "mark \"LV00\" (saved buffer)", false});
+        bool const cut = size < kEnvelopeHead;
+        kr_uint64 const declared = cut ? 0 : readLE(data + 4, 8);
+        if (cut || declared != size - kEnvelopeHead) {
+            std::string const text = cut ? "error: file head cut short before the end of its size"
+                                         : "error: file head says " + num(declared) + " bytes, " +
+                                               num(size - kEnvelopeHead) + " follow";
+            out.wellFormed = false;
+            out.faultOffset = 4;
+            out.faultField = out.fields.size();
+            out.fault = text;
+            out.fields.push_back(LvField{4, cut ? size - 4 : 8, 0, text, true});
+        } else {
+            out.fields.push_back(LvField{4, 8, 0, "buffer size " + num(declared), false});
+        }
+        out.payloadFrom = out.fields.size();
+        if (size > kEnvelopeHead) {
+            out.payload.assign(data + kEnvelopeHead, data + size);
+            Decoder(out.payload.data(), out.payload.size(), out).run();
+        }
         return out;
     }
     Decoder(data, size, out).run();

@@ -40,15 +40,29 @@ struct LvLayout {
     std::vector<LvItem> items;
     bool wellFormed = true;
     kr_uint64 faultOffset = 0;  // the first error field, when not well formed
+    size_t faultField = 0;      // its index in `fields`
     std::string fault;          // its text
-    // For an envelope: the inflated buffer the items and the later fields refer to (their
-    // offsets count from its start); fields before `inflatedFrom` describe the envelope itself.
-    bool envelope = false;
-    size_t inflatedFrom = 0;
-    std::vector<unsigned char> inflated;
+    // A head in front of the buffer (the "LV0Z" envelope, or the "LV00" head of a saved file):
+    // the items and the fields from `payloadFrom` on refer to `payload` (the inflated or the
+    // saved buffer; their offsets count from its start), the fields before it to the head.
+    // `payload` is empty when the head is too damaged to reach the buffer.
+    bool headed = false;
+    size_t payloadFrom = 0;
+    std::vector<unsigned char> payload;
+    std::string payloadName;  // "inflated data" or "saved buffer"
+
+    // The buffer the items refer to, given the input bytes.
+    unsigned char const *buffer(unsigned char const *input) const {
+        return headed && !payload.empty() ? payload.data() : input;
+    }
+    // " of the inflated data" (or saved buffer) when offsets count within the payload; for
+    // the first fault, when that fault lies in the payload.
+    std::string where() const { return headed && !payload.empty() ? " of the " + payloadName : ""; }
+    std::string faultWhere() const { return faultField >= payloadFrom ? where() : ""; }
 };
 
-// Decodes `size` bytes (plain or "LV0Z" envelope).  Never fails; faults are error fields.
+// Decodes `size` bytes (a plain buffer, an "LV0Z" envelope or an "LV00" file).  Never fails; faults
+// are error fields.
 LvLayout decodeLvLayout(unsigned char const *data, kr_uint64 size);
 
 // The item type named for people: "bool", "int32", ..., "level", or "code N".

@@ -147,8 +147,7 @@ int runTree(Common const &c, int depth, bool json, bool full) {
         CKrVariant const check = loadVariant(in);  // refuses a damaged buffer with its fault
         (void)check;
         LvLayout const &layout = layoutOf(in);
-        layoutRows(layout, layout.envelope ? layout.inflated.data() : in.bytes.data(), options,
-                   rows);
+        layoutRows(layout, layout.buffer(in.bytes.data()), options, rows);
     } else if (isVariantForm(f)) {
         variantRows(loadVariant(in), options, rows);
     } else if (f == EKrDataFormat::Xml) {
@@ -262,25 +261,25 @@ int runVerify(Common const &c) {
         // Refused when the reader's own check or the layout decoder finds a fault; the
         // decoder's message (which names the field) is preferred.
         CKrLiteVariantR reader;
-        size_t const n = in.bytes.size();
+        // A saved file is handed over without its head; an envelope as it is.
+        bool const saved = layout.headed && layout.payloadName == "saved buffer";
+        unsigned char const *bytes = saved ? layout.payload.data() : in.bytes.data();
+        size_t const n = saved ? layout.payload.size() : in.bytes.size();
         void *copy = n ? CKrAlloc::Alloc(0, n) : nullptr;
         if (n && !copy) throw ToolError(kExitIo, "out of memory");
-        if (n) std::memcpy(copy, in.bytes.data(), n);
+        if (n) std::memcpy(copy, bytes, n);
         reader.SetPointer(copy, n, n);
         kr_uint64 fault = 0;
         if (reader.Validate(&fault) != 0 && layout.wellFormed)
-            throw ToolError(
-                kExitMalformed,
-                name + ": malformed lite variant at offset " + std::to_string(fault) +
-                    (layout.envelope && !layout.inflated.empty() ? " of the inflated data" : "") +
-                    ": refused by the reader");
+            throw ToolError(kExitMalformed, name + ": malformed lite variant at offset " +
+                                                std::to_string(fault) + layout.where() +
+                                                ": refused by the reader");
 #endif
         if (!layout.wellFormed)
-            throw ToolError(
-                kExitMalformed,
-                name + ": malformed lite variant at offset " + std::to_string(layout.faultOffset) +
-                    (layout.envelope && !layout.inflated.empty() ? " of the inflated data" : "") +
-                    ": " + layout.fault.substr(layout.fault.find(' ') + 1));
+            throw ToolError(kExitMalformed, name + ": malformed lite variant at offset " +
+                                                std::to_string(layout.faultOffset) +
+                                                layout.faultWhere() + ": " +
+                                                layout.fault.substr(layout.fault.find(' ') + 1));
         detail = std::to_string(layout.items.size()) + " items";
     } else if (isXml(f)) {
         CKrXMLTree tree;
@@ -303,13 +302,13 @@ int runAnnotate(Common const &c) {
     LvLayout const &layout = layoutOf(in);
     std::string text = "offset    bytes                                            field\n";
     for (size_t i = 0; i < layout.fields.size(); ++i) {
-        if (layout.envelope && i == layout.inflatedFrom && !layout.inflated.empty())
-            text += "-- inflated data, " + std::to_string(layout.inflated.size()) +
+        if (layout.headed && i == layout.payloadFrom && !layout.payload.empty())
+            text += "-- " + layout.payloadName + ", " + std::to_string(layout.payload.size()) +
                     " bytes; offsets below count from its start\n";
         LvField const &f = layout.fields[i];
         unsigned char const *base =
-            layout.envelope && i >= layout.inflatedFrom && !layout.inflated.empty()
-                ? layout.inflated.data()
+            layout.headed && i >= layout.payloadFrom && !layout.payload.empty()
+                ? layout.payload.data()
                 : in.bytes.data();
         kr_uint64 done = 0;
         do {
@@ -408,7 +407,15 @@ int runConvert(Common const &c, std::string const &outPath, std::string to) {
         CKrLiteVariantR reader;
         if (!writer.Finalize(reader, to == "lvz" ? 1 : 0))
             throw ToolError(kExitIo, "the data does not shrink: no compressed form (use --to lv)");
-        bytes.assign(static_cast<char const *>(reader.GetPointer()), reader.GetSize());
+        // A plain buffer is written in the file form CKrLiteVariantR::SaveToFile writes and
+        // LoadFromFile reads: "LV00", the buffer size (8 bytes, little-endian), the buffer.  The
+        // envelope is its own file form.
+        if (to == "lv") {
+            bytes = "LV00";
+            for (int k = 0; k < 8; ++k)
+                bytes += static_cast<char>((reader.GetSize() >> (8 * k)) & 0xFF);
+        }
+        bytes.append(static_cast<char const *>(reader.GetPointer()), reader.GetSize());
 #else
         throw ToolError(kExitUsage, "this build cannot write lite variants");
 #endif

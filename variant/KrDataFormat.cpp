@@ -17,6 +17,7 @@ constexpr FormatName kFormatNames[] = {
 };
 
 constexpr unsigned char kLiteVariantLevel = 11;
+constexpr kr_uint32 kSavedHead = 12;  // "LV00" and the 8-byte buffer size
 constexpr unsigned char kLiteVariantBlob = 9;
 constexpr unsigned char kLiteVariantString = 8;
 
@@ -157,6 +158,11 @@ SKrDataFormat KrDataFormat::Detect(void const *data, kr_uint64 size) {
     auto const *b = static_cast<unsigned char const *>(data);
     if (size >= 4 && std::memcmp(b, "LV0Z", 4) == 0) {
         result.format = EKrDataFormat::LiteVariantZ;
+        return result;
+    }
+    if (size >= 4 && std::memcmp(b, "LV00", 4) == 0) {  // a saved plain buffer
+        result.format = EKrDataFormat::LiteVariant;
+        result.markSize = kSavedHead;
         return result;
     }
     if (looksLikeLiteVariant(b, size)) {

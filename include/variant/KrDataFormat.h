@@ -5,6 +5,8 @@
 //   LiteVariant     a plain lite-variant buffer: its first item head is well formed (a type code
 //                   1..9 or 11, a name that fits, a value that fits; a level's head fits and its
 //                   size covers at least that head, though the level itself may be cut short).
+//                   A saved file ("LV00", the 8-byte buffer size, the buffer) is one too, with
+//                   a markSize of 12.
 //   LiteVariantZ    the compressed envelope: "LV0Z", the 8-byte plain size, a zlib stream.
 //   VariantXml      an XML document whose first element is "variant" (compared without regard to
 //                   case, as the XML reader of variants does).
@@ -45,7 +47,9 @@ enum class EKrTextEncoding : int { None = 0, Utf8, Utf16LE, Utf16BE };
 struct SKrDataFormat {
     EKrDataFormat format = EKrDataFormat::Unknown;
     EKrTextEncoding encoding = EKrTextEncoding::None;  // None for the binary forms
-    kr_uint32 markSize = 0;  // bytes of the byte-order mark in front of a text (0, 2 or 3)
+    // Bytes in front of the data: a text's byte-order mark (0, 2 or 3), or the 12-byte head of
+    // a saved lite variant ("LV00" and its size; the head may be cut in a damaged file).
+    kr_uint32 markSize = 0;
 };
 
 class ORVIK_API KrDataFormat {
