@@ -5,11 +5,11 @@
 
 #include "json/CKrJsonArray.h"
 #include "json/CKrJsonObject.h"
-#include "json/JsonScan.h"
+#include "json/internal/JsonScan.h"
 #include "platform/KrPlatform.h"
 
-using krjson::Msg;
-using krjson::Text;
+using jsd::Msg;
+using jsd::Text;
 
 CKrJson::~CKrJson() = default;
 
@@ -47,23 +47,23 @@ bool CKrJson::isItemWithNameArray(CKrStringW const &, CKrJsonArray *) const { re
 // ---- queries over a given text ------------------------------------------------------------------
 
 bool CKrJson::isStringNull(CKrStringW const &text) const {
-    return krjson::queryNull(krjson::textOf(text));
+    return jsd::queryNull(jsd::textOf(text));
 }
 
 bool CKrJson::isStringBool(CKrStringW const &text, bool *value) const {
-    return krjson::queryBool(krjson::textOf(text), value);
+    return jsd::queryBool(jsd::textOf(text), value);
 }
 
 bool CKrJson::isStringInteger(CKrStringW const &text, int *value) const {
     Msg msg = nullptr;
-    bool ok = krjson::queryInteger(krjson::textOf(text), value, &msg);
+    bool ok = jsd::queryInteger(jsd::textOf(text), value, &msg);
     setError(msg);
     return ok;
 }
 
 bool CKrJson::isStringDouble(CKrStringW const &text, double *value) const {
     Msg msg = nullptr;
-    bool ok = krjson::queryDouble(krjson::textOf(text), value, &msg);
+    bool ok = jsd::queryDouble(jsd::textOf(text), value, &msg);
     setError(msg);
     return ok;
 }
@@ -76,21 +76,21 @@ bool CKrJson::isStringString(CKrStringW const &text, CKrStringW *value) const {
         if (ok) *value = decoded;
         return ok;
     }
-    bool ok = krjson::queryString(krjson::textOf(text), value, &msg);
+    bool ok = jsd::queryString(jsd::textOf(text), value, &msg);
     setError(msg);
     return ok;
 }
 
 bool CKrJson::isStringObject(CKrStringW const &text, CKrJsonObject *value) const {
     Msg msg = nullptr;
-    bool ok = krjson::readObject(krjson::textOf(text), value ? &value->m_members : nullptr, &msg);
+    bool ok = jsd::readObject(jsd::textOf(text), value ? &value->m_members : nullptr, &msg);
     setError(msg);
     return ok;
 }
 
 bool CKrJson::isStringArray(CKrStringW const &text, CKrJsonArray *value) const {
     Msg msg = nullptr;
-    bool ok = krjson::readArray(krjson::textOf(text), value ? &value->m_items : nullptr, &msg);
+    bool ok = jsd::readArray(jsd::textOf(text), value ? &value->m_items : nullptr, &msg);
     setError(msg);
     return ok;
 }
@@ -116,37 +116,37 @@ CKrStringW slice(Text t, size_t pos, size_t len) {
 }  // namespace
 
 int CKrJson::parseWhitespaces(CKrStringW const &text, int pos) {
-    Text t = krjson::textOf(text);
+    Text t = jsd::textOf(text);
     if (!validPosition(t, pos)) return 0;
-    return static_cast<int>(krjson::skipSpace(t, size_t(pos)) - size_t(pos));
+    return static_cast<int>(jsd::skipSpace(t, size_t(pos)) - size_t(pos));
 }
 
 int CKrJson::parseFinalNull(CKrStringW const &text, int pos, CKrStringW *) {
-    Text t = krjson::textOf(text);
+    Text t = jsd::textOf(text);
     if (!validPosition(t, pos)) return 0;
-    return static_cast<int>(krjson::scanNull(t, size_t(pos)));
+    return static_cast<int>(jsd::scanNull(t, size_t(pos)));
 }
 
 int CKrJson::parseFinalBool(CKrStringW const &text, int pos, bool *value, CKrStringW *) {
-    Text t = krjson::textOf(text);
+    Text t = jsd::textOf(text);
     if (!validPosition(t, pos)) return 0;
-    return static_cast<int>(krjson::scanBool(t, size_t(pos), value));
+    return static_cast<int>(jsd::scanBool(t, size_t(pos), value));
 }
 
 int CKrJson::parseFinalNumber(CKrStringW const &text, int pos, double *value, bool *isInteger,
                               CKrStringW *error) {
-    Text t = krjson::textOf(text);
+    Text t = jsd::textOf(text);
     if (!validPosition(t, pos)) return 0;
     Msg msg = nullptr;
-    return finish(krjson::scanNumber(t, size_t(pos), value, isInteger, &msg), msg, error);
+    return finish(jsd::scanNumber(t, size_t(pos), value, isInteger, &msg), msg, error);
 }
 
 int CKrJson::parseFinalString(CKrStringW const &text, int pos, CKrStringW *quoted,
                               CKrStringW *inner, CKrStringW *error) {
-    Text t = krjson::textOf(text);
+    Text t = jsd::textOf(text);
     if (!validPosition(t, pos)) return 0;
     Msg msg = nullptr;
-    ptrdiff_t len = krjson::scanString(t, size_t(pos), &msg);
+    ptrdiff_t len = jsd::scanString(t, size_t(pos), &msg);
     if (len > 0) {
         if (quoted) *quoted = slice(t, size_t(pos), size_t(len));
         if (inner) *inner = slice(t, size_t(pos) + 1, size_t(len) - 2);
@@ -155,28 +155,28 @@ int CKrJson::parseFinalString(CKrStringW const &text, int pos, CKrStringW *quote
 }
 
 int CKrJson::parseObject(CKrStringW const &text, int pos, CKrStringW *value, CKrStringW *error) {
-    Text t = krjson::textOf(text);
+    Text t = jsd::textOf(text);
     if (!validPosition(t, pos)) return 0;
     Msg msg = nullptr;
-    ptrdiff_t len = krjson::scanNested(t, size_t(pos), L'{', L'}', &msg);
+    ptrdiff_t len = jsd::scanNested(t, size_t(pos), L'{', L'}', &msg);
     if (len > 0 && value) *value = slice(t, size_t(pos), size_t(len));
     return finish(len, msg, error);
 }
 
 int CKrJson::parseArray(CKrStringW const &text, int pos, CKrStringW *value, CKrStringW *error) {
-    Text t = krjson::textOf(text);
+    Text t = jsd::textOf(text);
     if (!validPosition(t, pos)) return 0;
     Msg msg = nullptr;
-    ptrdiff_t len = krjson::scanNested(t, size_t(pos), L'[', L']', &msg);
+    ptrdiff_t len = jsd::scanNested(t, size_t(pos), L'[', L']', &msg);
     if (len > 0 && value) *value = slice(t, size_t(pos), size_t(len));
     return finish(len, msg, error);
 }
 
 int CKrJson::parseValue(CKrStringW const &text, int pos, CKrStringW *value, CKrStringW *error) {
-    Text t = krjson::textOf(text);
+    Text t = jsd::textOf(text);
     if (!validPosition(t, pos)) return 0;
     Msg msg = nullptr;
-    ptrdiff_t len = krjson::scanValue(t, size_t(pos), &msg);
+    ptrdiff_t len = jsd::scanValue(t, size_t(pos), &msg);
     if (len > 0 && value) *value = slice(t, size_t(pos), size_t(len));
     return finish(len, msg, error);
 }
@@ -186,14 +186,14 @@ int CKrJson::parseValue(CKrStringW const &text, int pos, CKrStringW *value, CKrS
 bool CKrJson::readObjectFromString(CKrStringW const &text, CKrJsonObject *target,
                                    CKrStringW *error) {
     Msg msg = nullptr;
-    bool ok = krjson::readObject(krjson::textOf(text), target ? &target->m_members : nullptr, &msg);
+    bool ok = jsd::readObject(jsd::textOf(text), target ? &target->m_members : nullptr, &msg);
     if (!ok && error && msg) *error = msg;
     return ok;
 }
 
 bool CKrJson::readArrayFromString(CKrStringW const &text, CKrJsonArray *target, CKrStringW *error) {
     Msg msg = nullptr;
-    bool ok = krjson::readArray(krjson::textOf(text), target ? &target->m_items : nullptr, &msg);
+    bool ok = jsd::readArray(jsd::textOf(text), target ? &target->m_items : nullptr, &msg);
     if (!ok && error && msg) *error = msg;
     return ok;
 }
@@ -211,35 +211,49 @@ CKrStringW CKrJson::makeIndentWithSpaces(int level, int width) {
 }
 
 CKrStringW CKrJson::escapeString(CKrStringW const &plain) {
-    Text t = krjson::textOf(plain);
+    Text t = jsd::textOf(plain);
     std::wstring out;
     out.reserve(t.n + 2);
     static wchar_t const hex[] = L"0123456789abcdef";
     for (size_t i = 0; i < t.n; ++i) {
         wchar_t c = t.p[i];
         switch (c) {
-        case L'"': out += L"\\\""; break;
-        case L'\\': out += L"\\\\"; break;
-        case L'\b': out += L"\\b"; break;
-        case L'\f': out += L"\\f"; break;
-        case L'\n': out += L"\\n"; break;
-        case L'\r': out += L"\\r"; break;
-        case L'\t': out += L"\\t"; break;
-        default:
-            if (c < 0x20) {
-                out += L"\\u00";
-                out.push_back(hex[(c >> 4) & 0xF]);
-                out.push_back(hex[c & 0xF]);
-            } else {
-                out.push_back(c);
-            }
+            case L'"':
+                out += L"\\\"";
+                break;
+            case L'\\':
+                out += L"\\\\";
+                break;
+            case L'\b':
+                out += L"\\b";
+                break;
+            case L'\f':
+                out += L"\\f";
+                break;
+            case L'\n':
+                out += L"\\n";
+                break;
+            case L'\r':
+                out += L"\\r";
+                break;
+            case L'\t':
+                out += L"\\t";
+                break;
+            default:
+                if (c < 0x20) {
+                    out += L"\\u00";
+                    out.push_back(hex[(c >> 4) & 0xF]);
+                    out.push_back(hex[c & 0xF]);
+                } else {
+                    out.push_back(c);
+                }
         }
     }
     return CKrStringW(out);
 }
 
 bool CKrJson::unescapeString(CKrStringW const &escaped, CKrStringW *plain) {
-    Text t = krjson::textOf(escaped);
+    Text t = jsd::textOf(escaped);
     // Scan it as the inside of a quoted string: every escape must be complete and known; a bare
     // quote is taken as it stands.
     for (size_t i = 0; i < t.n; ++i) {
@@ -249,7 +263,7 @@ bool CKrJson::unescapeString(CKrStringW const &escaped, CKrStringW *plain) {
         if (e == L'u') {
             if (t.n - i < 6) return false;
             for (size_t k = 2; k < 6; ++k)
-                if (!krjson::isHex(t.p[i + k])) return false;
+                if (!jsd::isHex(t.p[i + k])) return false;
             i += 5;
         } else if (e == L'"' || e == L'\\' || e == L'/' || e == L'b' || e == L'f' || e == L'n' ||
                    e == L'r' || e == L't') {
@@ -258,6 +272,6 @@ bool CKrJson::unescapeString(CKrStringW const &escaped, CKrStringW *plain) {
             return false;
         }
     }
-    if (plain) *plain = CKrStringW(krjson::decodeString(t.p, t.n));
+    if (plain) *plain = CKrStringW(jsd::decodeString(t.p, t.n));
     return true;
 }

@@ -4,14 +4,14 @@
 #include <climits>
 
 #include "json/CKrJsonObject.h"
-#include "json/JsonScan.h"
+#include "json/internal/JsonScan.h"
 
 CKrJsonArray::CKrJsonArray() = default;
 CKrJsonArray::~CKrJsonArray() = default;
 
 void CKrJsonArray::addItem(CKrJson const &value) {
     CKrStringW text = value.toString();
-    krjson::Text t = krjson::textOf(text);
+    jsd::Text t = jsd::textOf(text);
     m_items.emplace_back(t.p, t.n);
 }
 
@@ -51,19 +51,19 @@ bool CKrJsonArray::isArray(int *count) const {
 
 bool CKrJsonArray::isItemAtIndexNull(int index) const {
     std::wstring const *text = item(index);
-    return text && krjson::queryNull(krjson::textOf(*text));
+    return text && jsd::queryNull(jsd::textOf(*text));
 }
 
 bool CKrJsonArray::isItemAtIndexBool(int index, bool *value) const {
     std::wstring const *text = item(index);
-    return text && krjson::queryBool(krjson::textOf(*text), value);
+    return text && jsd::queryBool(jsd::textOf(*text), value);
 }
 
 bool CKrJsonArray::isItemAtIndexInteger(int index, int *value) const {
     std::wstring const *text = item(index);
     if (!text) return false;
-    krjson::Msg msg = nullptr;
-    bool ok = krjson::queryInteger(krjson::textOf(*text), value, &msg);
+    jsd::Msg msg = nullptr;
+    bool ok = jsd::queryInteger(jsd::textOf(*text), value, &msg);
     setError(msg);
     return ok;
 }
@@ -71,8 +71,8 @@ bool CKrJsonArray::isItemAtIndexInteger(int index, int *value) const {
 bool CKrJsonArray::isItemAtIndexDouble(int index, double *value) const {
     std::wstring const *text = item(index);
     if (!text) return false;
-    krjson::Msg msg = nullptr;
-    bool ok = krjson::queryDouble(krjson::textOf(*text), value, &msg);
+    jsd::Msg msg = nullptr;
+    bool ok = jsd::queryDouble(jsd::textOf(*text), value, &msg);
     setError(msg);
     return ok;
 }
@@ -80,8 +80,8 @@ bool CKrJsonArray::isItemAtIndexDouble(int index, double *value) const {
 bool CKrJsonArray::isItemAtIndexString(int index, CKrStringW *value) const {
     std::wstring const *text = item(index);
     if (!text) return false;
-    krjson::Msg msg = nullptr;
-    bool ok = krjson::queryString(krjson::textOf(*text), value, &msg);
+    jsd::Msg msg = nullptr;
+    bool ok = jsd::queryString(jsd::textOf(*text), value, &msg);
     setError(msg);
     return ok;
 }
@@ -89,8 +89,8 @@ bool CKrJsonArray::isItemAtIndexString(int index, CKrStringW *value) const {
 bool CKrJsonArray::isItemAtIndexObject(int index, CKrJsonObject *value) const {
     std::wstring const *text = item(index);
     if (!text) return false;
-    krjson::Msg msg = nullptr;
-    bool ok = krjson::readObject(krjson::textOf(*text), value ? &value->m_members : nullptr, &msg);
+    jsd::Msg msg = nullptr;
+    bool ok = jsd::readObject(jsd::textOf(*text), value ? &value->m_members : nullptr, &msg);
     setError(msg);
     return ok;
 }
@@ -98,9 +98,9 @@ bool CKrJsonArray::isItemAtIndexObject(int index, CKrJsonObject *value) const {
 bool CKrJsonArray::isItemAtIndexArray(int index, CKrJsonArray *value) const {
     std::wstring const *text = item(index);
     if (!text) return false;
-    krjson::Msg msg = nullptr;
+    jsd::Msg msg = nullptr;
     // Reading into our own array when value == this: the reader swaps in only at the end.
-    bool ok = krjson::readArray(krjson::textOf(*text), value ? &value->m_items : nullptr, &msg);
+    bool ok = jsd::readArray(jsd::textOf(*text), value ? &value->m_items : nullptr, &msg);
     setError(msg);
     return ok;
 }

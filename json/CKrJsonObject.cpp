@@ -5,13 +5,13 @@
 #include <string_view>
 
 #include "json/CKrJsonArray.h"
-#include "json/JsonMembers.h"
-#include "json/JsonScan.h"
+#include "json/internal/JsonMembers.h"
+#include "json/internal/JsonScan.h"
 
 namespace {
 
 std::wstring_view nameView(CKrStringW const &name) {
-    krjson::Text t = krjson::textOf(name);
+    jsd::Text t = jsd::textOf(name);
     return std::wstring_view(t.p, t.n);
 }
 
@@ -41,23 +41,23 @@ CKrJsonObject::~CKrJsonObject() = default;
 
 bool CKrJsonObject::addItem(CKrStringW const &name, CKrJson const &value) {
     std::wstring_view key = nameView(name);
-    if (krjson::membersFind(m_members, key) >= 0) return false;
+    if (jsd::membersFind(m_members, key) >= 0) return false;
     CKrStringW text = value.toString();
-    krjson::Text t = krjson::textOf(text);
-    return krjson::membersInsert(m_members, key, std::wstring_view(t.p, t.n));
+    jsd::Text t = jsd::textOf(text);
+    return jsd::membersInsert(m_members, key, std::wstring_view(t.p, t.n));
 }
 
 bool CKrJsonObject::find(CKrStringW const &name, std::wstring_view *text) const {
-    ptrdiff_t index = krjson::membersFind(m_members, nameView(name));
+    ptrdiff_t index = jsd::membersFind(m_members, nameView(name));
     if (index < 0) return false;
-    *text = krjson::memberText(m_members, size_t(index));
+    *text = jsd::memberText(m_members, size_t(index));
     return true;
 }
 
 CKrStringW CKrJsonObject::toString() const {
-    using krjson::memberName;
-    using krjson::memberText;
-    auto const &order = krjson::membersOrder(m_members);
+    using jsd::memberName;
+    using jsd::memberText;
+    auto const &order = jsd::membersOrder(m_members);
     if (order.empty()) return CKrStringW();
     std::wstring out;
     if (order.size() == 1 && memberText(m_members, 0).find(L'\n') == std::wstring_view::npos) {
@@ -88,10 +88,10 @@ bool CKrJsonObject::isEmpty() const { return m_members.entries.empty(); }
 bool CKrJsonObject::isObject(std::vector<CKrStringW> *names) const {
     if (names) {
         std::vector<CKrStringW> list;
-        auto const &order = krjson::membersOrder(m_members);
+        auto const &order = jsd::membersOrder(m_members);
         list.reserve(order.size());
         for (kr_uint32 index : order)
-            list.emplace_back(std::wstring(krjson::memberName(m_members, index)));
+            list.emplace_back(std::wstring(jsd::memberName(m_members, index)));
         names->swap(list);
     }
     return true;
@@ -99,19 +99,19 @@ bool CKrJsonObject::isObject(std::vector<CKrStringW> *names) const {
 
 bool CKrJsonObject::isItemWithNameNull(CKrStringW const &name) const {
     std::wstring_view text;
-    return find(name, &text) && krjson::queryNull(krjson::textOf(text));
+    return find(name, &text) && jsd::queryNull(jsd::textOf(text));
 }
 
 bool CKrJsonObject::isItemWithNameBool(CKrStringW const &name, bool *value) const {
     std::wstring_view text;
-    return find(name, &text) && krjson::queryBool(krjson::textOf(text), value);
+    return find(name, &text) && jsd::queryBool(jsd::textOf(text), value);
 }
 
 bool CKrJsonObject::isItemWithNameInteger(CKrStringW const &name, int *value) const {
     std::wstring_view text;
     if (!find(name, &text)) return false;
-    krjson::Msg msg = nullptr;
-    bool ok = krjson::queryInteger(krjson::textOf(text), value, &msg);
+    jsd::Msg msg = nullptr;
+    bool ok = jsd::queryInteger(jsd::textOf(text), value, &msg);
     setError(msg);
     return ok;
 }
@@ -119,8 +119,8 @@ bool CKrJsonObject::isItemWithNameInteger(CKrStringW const &name, int *value) co
 bool CKrJsonObject::isItemWithNameDouble(CKrStringW const &name, double *value) const {
     std::wstring_view text;
     if (!find(name, &text)) return false;
-    krjson::Msg msg = nullptr;
-    bool ok = krjson::queryDouble(krjson::textOf(text), value, &msg);
+    jsd::Msg msg = nullptr;
+    bool ok = jsd::queryDouble(jsd::textOf(text), value, &msg);
     setError(msg);
     return ok;
 }
@@ -128,8 +128,8 @@ bool CKrJsonObject::isItemWithNameDouble(CKrStringW const &name, double *value) 
 bool CKrJsonObject::isItemWithNameString(CKrStringW const &name, CKrStringW *value) const {
     std::wstring_view text;
     if (!find(name, &text)) return false;
-    krjson::Msg msg = nullptr;
-    bool ok = krjson::queryString(krjson::textOf(text), value, &msg);
+    jsd::Msg msg = nullptr;
+    bool ok = jsd::queryString(jsd::textOf(text), value, &msg);
     setError(msg);
     return ok;
 }
@@ -137,9 +137,9 @@ bool CKrJsonObject::isItemWithNameString(CKrStringW const &name, CKrStringW *val
 bool CKrJsonObject::isItemWithNameObject(CKrStringW const &name, CKrJsonObject *value) const {
     std::wstring_view text;
     if (!find(name, &text)) return false;
-    krjson::Msg msg = nullptr;
+    jsd::Msg msg = nullptr;
     // Safe when value == this: the reader builds a new table before it moves it in.
-    bool ok = krjson::readObject(krjson::textOf(text), value ? &value->m_members : nullptr, &msg);
+    bool ok = jsd::readObject(jsd::textOf(text), value ? &value->m_members : nullptr, &msg);
     setError(msg);
     return ok;
 }
@@ -147,8 +147,8 @@ bool CKrJsonObject::isItemWithNameObject(CKrStringW const &name, CKrJsonObject *
 bool CKrJsonObject::isItemWithNameArray(CKrStringW const &name, CKrJsonArray *value) const {
     std::wstring_view text;
     if (!find(name, &text)) return false;
-    krjson::Msg msg = nullptr;
-    bool ok = krjson::readArray(krjson::textOf(text), value ? &value->m_items : nullptr, &msg);
+    jsd::Msg msg = nullptr;
+    bool ok = jsd::readArray(jsd::textOf(text), value ? &value->m_items : nullptr, &msg);
     setError(msg);
     return ok;
 }

@@ -6,12 +6,12 @@
 #include <vector>
 
 #include "json/CKrJson.h"
-#include "json/JsonScan.h"
+#include "json/internal/JsonScan.h"
 
 namespace {
 
-using krjson::Msg;
-using krjson::Text;
+using jsd::Msg;
+using jsd::Text;
 
 struct Frame {
     bool object;
@@ -25,8 +25,10 @@ public:
     bool run(std::wstring &out, Msg *msg) {
         m_out.reserve(m_t.n + m_t.n / 2);
         bool ok = document();
-        if (!ok) *msg = m_msg;
-        else out.swap(m_out);
+        if (!ok)
+            *msg = m_msg;
+        else
+            out.swap(m_out);
         return ok;
     }
 
@@ -43,12 +45,12 @@ private:
         return false;
     }
     wchar_t at(size_t i) const { return i < m_t.n ? m_t.p[i] : L'\0'; }
-    void skip() { m_i = krjson::skipSpace(m_t, m_i); }
+    void skip() { m_i = jsd::skipSpace(m_t, m_i); }
 
     bool newline(size_t depth) {
         // depth <= kMaxDepth and width <= INT_MAX: the product fits in size_t.
         size_t count = depth * m_width;
-        if (m_out.size() + 2 + count > CKrJson::kMaxOutput) return fail(krjson::kErrDocSize);
+        if (m_out.size() + 2 + count > CKrJson::kMaxOutput) return fail(jsd::kErrDocSize);
         m_out += L"\r\n";
         m_out.append(count, L' ');
         return true;
@@ -73,25 +75,25 @@ private:
     void writeNumber(size_t start, size_t len) {
         size_t k = start, end = start + len;
         if (m_t.p[k] == L'-') m_out.push_back(m_t.p[k++]);
-        while (k + 1 < end && m_t.p[k] == L'0' && krjson::isDigit(m_t.p[k + 1])) ++k;
+        while (k + 1 < end && m_t.p[k] == L'0' && jsd::isDigit(m_t.p[k + 1])) ++k;
         m_out.append(m_t.p + k, end - k);
     }
 
     Msg expectedValue() const {
-        if (m_stack.empty()) return krjson::kErrDocValue;
-        return m_stack.back().object ? krjson::kErrObjValue : krjson::kErrArrValue;
+        if (m_stack.empty()) return jsd::kErrDocValue;
+        return m_stack.back().object ? jsd::kErrObjValue : jsd::kErrArrValue;
     }
 
     // At a member name: writes "name" : and leaves m_i at the value.
     bool memberName() {
-        ptrdiff_t len = krjson::scanString(m_t, m_i, &m_msg);
-        if (len == 0) return fail(krjson::kErrObjName);
+        ptrdiff_t len = jsd::scanString(m_t, m_i, &m_msg);
+        if (len == 0) return fail(jsd::kErrObjName);
         if (len < 0) return false;
         m_stack.back().names.emplace_back(m_t.p + m_i + 1, size_t(len) - 2);
         writeString(m_i, size_t(len));
         m_i += size_t(len);
         skip();
-        if (at(m_i) != L':' || m_i >= m_t.n) return fail(krjson::kErrObjColon);
+        if (at(m_i) != L':' || m_i >= m_t.n) return fail(jsd::kErrObjColon);
         m_out += L" : ";
         ++m_i;
         skip();
@@ -108,12 +110,9 @@ private:
             bool object = c == L'{';
             ++m_i;
             skip();
-            if (at(m_i) == (object ? L'}' : L']') && m_i < m_t.n) {
-                m_out += object ? L"{}" : L"[]";
-                ++m_i;
-                return true;
-            }
-            if (m_stack.size() >= size_t(CKrJson::kMaxDepth)) return fail(krjson::kErrDocDepth);
+            // No empty containers, as in the readers: a closing brace here fails as a missing
+            // member name, a closing bracket as a missing value.
+            if (m_stack.size() >= size_t(CKrJson::kMaxDepth)) return fail(jsd::kErrDocDepth);
             m_out.push_back(c);
             m_stack.push_back(Frame{object, {}});
             if (!newline(m_stack.size())) return false;
@@ -122,24 +121,28 @@ private:
         }
         ptrdiff_t len = 0;
         switch (c) {
-        case L'n': case L'N':
-            len = krjson::scanNull(m_t, m_i);
-            if (len > 0) m_out += L"null";
-            break;
-        case L't': case L'T': case L'f': case L'F': {
-            bool b = false;
-            len = krjson::scanBool(m_t, m_i, &b);
-            if (len > 0) m_out += b ? L"true" : L"false";
-            break;
-        }
-        case L'"':
-            len = krjson::scanString(m_t, m_i, &m_msg);
-            if (len > 0) writeString(m_i, size_t(len));
-            break;
-        default:
-            len = krjson::scanNumber(m_t, m_i, nullptr, nullptr, &m_msg);
-            if (len > 0) writeNumber(m_i, size_t(len));
-            break;
+            case L'n':
+            case L'N':
+                len = jsd::scanNull(m_t, m_i);
+                if (len > 0) m_out += L"null";
+                break;
+            case L't':
+            case L'T':
+            case L'f':
+            case L'F': {
+                bool b = false;
+                len = jsd::scanBool(m_t, m_i, &b);
+                if (len > 0) m_out += b ? L"true" : L"false";
+                break;
+            }
+            case L'"':
+                len = jsd::scanString(m_t, m_i, &m_msg);
+                if (len > 0) writeString(m_i, size_t(len));
+                break;
+            default:
+                len = jsd::scanNumber(m_t, m_i, nullptr, nullptr, &m_msg);
+                if (len > 0) writeNumber(m_i, size_t(len));
+                break;
         }
         if (len == 0) return fail(expectedValue());
         if (len < 0) return false;
@@ -152,7 +155,7 @@ private:
         if (f.object) {
             std::sort(f.names.begin(), f.names.end());
             if (std::adjacent_find(f.names.begin(), f.names.end()) != f.names.end())
-                return fail(krjson::kErrObjDup);
+                return fail(jsd::kErrObjDup);
         }
         bool object = f.object;
         m_stack.pop_back();
@@ -174,7 +177,7 @@ private:
             }
             if (m_stack.empty()) {
                 skip();
-                return m_i < m_t.n ? fail(krjson::kErrDocTrail) : true;
+                return m_i < m_t.n ? fail(jsd::kErrDocTrail) : true;
             }
             skip();
             bool object = m_stack.back().object;
@@ -189,7 +192,7 @@ private:
             } else if (m_i < m_t.n && c == (object ? L'}' : L']')) {
                 if (!closeFrame()) return false;
             } else {
-                return fail(object ? krjson::kErrObjNext : krjson::kErrArrNext);
+                return fail(object ? jsd::kErrObjNext : jsd::kErrArrNext);
             }
         }
     }
@@ -200,7 +203,7 @@ private:
 CKrStringW CKrJson::reformat(CKrStringW const &text, CKrStringW *error, int indent) {
     std::wstring out;
     Msg msg = nullptr;
-    if (!Reformatter(krjson::textOf(text), indent).run(out, &msg)) {
+    if (!Reformatter(jsd::textOf(text), indent).run(out, &msg)) {
         if (error && msg) *error = msg;
         return CKrStringW();
     }

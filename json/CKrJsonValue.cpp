@@ -6,7 +6,7 @@
 
 #include "json/CKrJsonArray.h"
 #include "json/CKrJsonObject.h"
-#include "json/JsonScan.h"
+#include "json/internal/JsonScan.h"
 
 CKrJsonValue::CKrJsonValue() : m_text(L"null") {}
 
@@ -18,7 +18,8 @@ CKrJsonValue::CKrJsonValue(double value) {
     // "%lf" in the "C" locale: fixed, six decimals, '.' whatever the process locale says (JSON
     // needs the point).  The largest double takes 309 digits, a point and six decimals.
     char buffer[400];
-    auto result = std::to_chars(buffer, buffer + sizeof(buffer), value, std::chars_format::fixed, 6);
+    auto result =
+        std::to_chars(buffer, buffer + sizeof(buffer), value, std::chars_format::fixed, 6);
     std::wstring text;
     for (char const *c = buffer; c < result.ptr; ++c)
         text.push_back(static_cast<wchar_t>(static_cast<unsigned char>(*c)));

@@ -1,14 +1,14 @@
 // Member table of CKrJsonObject.  The hash index keeps lookups at one or two probes on large
 // objects (a binary search over names costs a cache miss per step); the name order is sorted
 // lazily because reading and querying never need it.
-#include "json/JsonMembers.h"
+#include "json/internal/JsonMembers.h"
 
 #include <algorithm>
 #include <numeric>
 
-#include "json/JsonScan.h"
+#include "json/internal/JsonScan.h"
 
-namespace krjson {
+namespace orvik::detail::json {
 
 namespace {
 
@@ -62,8 +62,8 @@ bool membersInsert(KrJsonMemberTable &t, std::wstring_view name, std::wstring_vi
     size_t s = hashName(name) & mask;
     for (; t.slots[s] != 0; s = (s + 1) & mask)
         if (nameEqual(memberName(t, t.slots[s] - 1), name)) return false;
-    t.entries.push_back(KrJsonMemberTable::Entry{t.names.size(), name.size(), t.texts.size(),
-                                                 text.size()});
+    t.entries.push_back(
+        KrJsonMemberTable::Entry{t.names.size(), name.size(), t.texts.size(), text.size()});
     t.names.append(name);
     t.texts.append(text);
     t.slots[s] = kr_uint32(t.entries.size());
@@ -85,4 +85,4 @@ std::vector<kr_uint32> const &membersOrder(KrJsonMemberTable const &t) {
     return t.order;
 }
 
-}  // namespace krjson
+}  // namespace orvik::detail::json

@@ -1,8 +1,6 @@
 // Scanning core of the JSON classes: locating items, number values, string decoding and the
 // shallow readers.  Every loop is bounded by the text length; nothing recurses.
-#include "json/JsonScan.h"
-
-#include "json/JsonMembers.h"
+#include "json/internal/JsonScan.h"
 
 #include <algorithm>
 #include <charconv>
@@ -12,7 +10,9 @@
 #include <cwctype>
 #include <string>
 
-namespace krjson {
+#include "json/internal/JsonMembers.h"
+
+namespace orvik::detail::json {
 
 Text textOf(CKrStringW const &s) {
     std::wstring const &w = s.GetStdString();
@@ -136,17 +136,24 @@ ptrdiff_t scanString(Text t, size_t i, Msg *msg) {
         if (p[i] == L'"') return ptrdiff_t(i + 1 - start);
         if (i + 1 >= n) return fail(msg, kErrQuotes);
         switch (p[i + 1]) {
-        case L'"': case L'\\': case L'/': case L'b': case L'f': case L'n': case L'r': case L't':
-            i += 2;
-            break;
-        case L'u':
-            if (n - i < 6) return fail(msg, kErrQuotes);
-            for (size_t k = 2; k < 6; ++k)
-                if (!isHex(p[i + k])) return fail(msg, kErrEscape);
-            i += 6;
-            break;
-        default:
-            return fail(msg, kErrEscape);
+            case L'"':
+            case L'\\':
+            case L'/':
+            case L'b':
+            case L'f':
+            case L'n':
+            case L'r':
+            case L't':
+                i += 2;
+                break;
+            case L'u':
+                if (n - i < 6) return fail(msg, kErrQuotes);
+                for (size_t k = 2; k < 6; ++k)
+                    if (!isHex(p[i + k])) return fail(msg, kErrEscape);
+                i += 6;
+                break;
+            default:
+                return fail(msg, kErrEscape);
         }
     }
 }
@@ -179,18 +186,22 @@ ptrdiff_t scanNested(Text t, size_t i, wchar_t open, wchar_t close, Msg *msg) {
 ptrdiff_t scanValue(Text t, size_t i, Msg *msg) {
     if (i >= t.n) return 0;
     switch (t.p[i]) {
-    case L'n': case L'N':
-        return scanNull(t, i);
-    case L't': case L'T': case L'f': case L'F':
-        return scanBool(t, i, nullptr);
-    case L'"':
-        return scanString(t, i, msg);
-    case L'{':
-        return scanNested(t, i, L'{', L'}', msg);
-    case L'[':
-        return scanNested(t, i, L'[', L']', msg);
-    default:
-        return scanNumber(t, i, nullptr, nullptr, msg);
+        case L'n':
+        case L'N':
+            return scanNull(t, i);
+        case L't':
+        case L'T':
+        case L'f':
+        case L'F':
+            return scanBool(t, i, nullptr);
+        case L'"':
+            return scanString(t, i, msg);
+        case L'{':
+            return scanNested(t, i, L'{', L'}', msg);
+        case L'[':
+            return scanNested(t, i, L'[', L']', msg);
+        default:
+            return scanNumber(t, i, nullptr, nullptr, msg);
     }
 }
 
@@ -210,19 +221,31 @@ std::wstring decodeString(wchar_t const *p, size_t n) {
         }
         wchar_t e = p[++i];
         switch (e) {
-        case L'b': c = L'\b'; break;
-        case L'f': c = L'\f'; break;
-        case L'n': c = L'\n'; break;
-        case L'r': c = L'\r'; break;
-        case L't': c = L'\t'; break;
-        case L'u':
-            if (n - i >= 5) {
-                c = wchar_t((hexValue(p[i + 1]) << 12) | (hexValue(p[i + 2]) << 8) |
-                            (hexValue(p[i + 3]) << 4) | hexValue(p[i + 4]));
-                i += 4;
-            }
-            break;
-        default: c = e; break;  // " \ /
+            case L'b':
+                c = L'\b';
+                break;
+            case L'f':
+                c = L'\f';
+                break;
+            case L'n':
+                c = L'\n';
+                break;
+            case L'r':
+                c = L'\r';
+                break;
+            case L't':
+                c = L'\t';
+                break;
+            case L'u':
+                if (n - i >= 5) {
+                    c = wchar_t((hexValue(p[i + 1]) << 12) | (hexValue(p[i + 2]) << 8) |
+                                (hexValue(p[i + 3]) << 4) | hexValue(p[i + 4]));
+                    i += 4;
+                }
+                break;
+            default:
+                c = e;
+                break;  // " \ /
         }
         if (c == 0) break;
         out.push_back(c);
@@ -239,19 +262,30 @@ void decodeString(wchar_t const *p, size_t n, CKrStringW &out) {
         wchar_t c = p[i + 1];
         size_t used = 2;
         switch (c) {
-        case L'b': c = L'\b'; break;
-        case L'f': c = L'\f'; break;
-        case L'n': c = L'\n'; break;
-        case L'r': c = L'\r'; break;
-        case L't': c = L'\t'; break;
-        case L'u':
-            if (n - i >= 6) {
-                c = wchar_t((hexValue(p[i + 2]) << 12) | (hexValue(p[i + 3]) << 8) |
-                            (hexValue(p[i + 4]) << 4) | hexValue(p[i + 5]));
-                used = 6;
-            }
-            break;
-        default: break;  // " \ /
+            case L'b':
+                c = L'\b';
+                break;
+            case L'f':
+                c = L'\f';
+                break;
+            case L'n':
+                c = L'\n';
+                break;
+            case L'r':
+                c = L'\r';
+                break;
+            case L't':
+                c = L'\t';
+                break;
+            case L'u':
+                if (n - i >= 6) {
+                    c = wchar_t((hexValue(p[i + 2]) << 12) | (hexValue(p[i + 3]) << 8) |
+                                (hexValue(p[i + 4]) << 4) | hexValue(p[i + 5]));
+                    used = 6;
+                }
+                break;
+            default:
+                break;  // " \ /
         }
         if (c == 0) return;
         out += c;
@@ -287,27 +321,25 @@ static bool readMembers(Text t, std::vector<MemberSpan> &spans, Msg *msg) {
     size_t const n = t.n;
     size_t i = skipSpace(t, 0);
     if (i >= n || p[i] != L'{') return fail(msg, kErrObjOpen), false;
+    // A member must follow the opening brace: "{}" and "{ }" are refused, not read as empty.
+    // Callers rely on the refusal (an empty object is written as nothing, never as "{}").
     i = skipSpace(t, i + 1);
-    if (i < n && p[i] == L'}') {
-        ++i;
-    } else {
-        for (;;) {
-            ptrdiff_t len = scanString(t, i, msg);
-            if (len == 0) return fail(msg, kErrObjName), false;
-            if (len < 0) return false;
-            Span name(p + i + 1, size_t(len) - 2);
-            i = skipSpace(t, i + size_t(len));
-            if (i >= n || p[i] != L':') return fail(msg, kErrObjColon), false;
-            i = skipSpace(t, i + 1);
-            len = scanValue(t, i, msg);
-            if (len == 0) return fail(msg, kErrObjValue), false;
-            if (len < 0) return false;
-            spans.emplace_back(name, Span(p + i, size_t(len)));
-            i += size_t(len);
-            AfterItem const next = stepAfterItem(t, i, L'}');
-            if (next == AfterItem::Closed) break;
-            if (next == AfterItem::Bad) return fail(msg, kErrObjNext), false;
-        }
+    for (;;) {
+        ptrdiff_t len = scanString(t, i, msg);
+        if (len == 0) return fail(msg, kErrObjName), false;
+        if (len < 0) return false;
+        Span name(p + i + 1, size_t(len) - 2);
+        i = skipSpace(t, i + size_t(len));
+        if (i >= n || p[i] != L':') return fail(msg, kErrObjColon), false;
+        i = skipSpace(t, i + 1);
+        len = scanValue(t, i, msg);
+        if (len == 0) return fail(msg, kErrObjValue), false;
+        if (len < 0) return false;
+        spans.emplace_back(name, Span(p + i, size_t(len)));
+        i += size_t(len);
+        AfterItem const next = stepAfterItem(t, i, L'}');
+        if (next == AfterItem::Closed) break;
+        if (next == AfterItem::Bad) return fail(msg, kErrObjNext), false;
     }
     if (skipSpace(t, i) < n) return fail(msg, kErrObjTrail), false;
     return true;
@@ -325,7 +357,8 @@ bool readObject(Text t, KrJsonMemberTable *out, Msg *msg) {
     membersReserve(table, spans.size(), nameUnits, out ? textUnits : 0);
     for (auto const &s : spans) {
         // A check alone needs the names only (for repeats).
-        if (!membersInsert(table, s.first, out ? s.second : Span())) return fail(msg, kErrObjDup), false;
+        if (!membersInsert(table, s.first, out ? s.second : Span()))
+            return fail(msg, kErrObjDup), false;
     }
     if (out) *out = std::move(table);
     return true;
@@ -337,20 +370,17 @@ bool readArray(Text t, std::vector<std::wstring> *out, Msg *msg) {
     std::vector<std::wstring> items;
     size_t i = skipSpace(t, 0);
     if (i >= n || p[i] != L'[') return fail(msg, kErrArrOpen), false;
+    // A value must follow the opening bracket, as a member must follow a brace.
     i = skipSpace(t, i + 1);
-    if (i < n && p[i] == L']') {
-        ++i;
-    } else {
-        for (;;) {
-            ptrdiff_t len = scanValue(t, i, msg);
-            if (len == 0) return fail(msg, kErrArrValue), false;
-            if (len < 0) return false;
-            if (out) items.emplace_back(p + i, size_t(len));
-            i += size_t(len);
-            AfterItem const next = stepAfterItem(t, i, L']');
-            if (next == AfterItem::Closed) break;
-            if (next == AfterItem::Bad) return fail(msg, kErrArrNext), false;
-        }
+    for (;;) {
+        ptrdiff_t len = scanValue(t, i, msg);
+        if (len == 0) return fail(msg, kErrArrValue), false;
+        if (len < 0) return false;
+        if (out) items.emplace_back(p + i, size_t(len));
+        i += size_t(len);
+        AfterItem const next = stepAfterItem(t, i, L']');
+        if (next == AfterItem::Closed) break;
+        if (next == AfterItem::Bad) return fail(msg, kErrArrNext), false;
     }
     if (skipSpace(t, i) < n) return fail(msg, kErrArrTrail), false;
     if (out) out->swap(items);
@@ -384,4 +414,4 @@ bool queryString(Text t, CKrStringW *value, Msg *msg) {
     return true;
 }
 
-}  // namespace krjson
+}  // namespace orvik::detail::json

@@ -37,7 +37,9 @@ std::wstring formatMessage(const wchar_t *format, va_list args) {
     const wchar_t *text = nullptr;
     int n = KR_FormatScratchW(&text, format, args);
     if (n < 0) return std::wstring(format);  // keep the raw format rather than lose the report
-    return std::wstring(text, static_cast<size_t>(n));
+    std::wstring message(text, static_cast<size_t>(n));
+    KR_FormatScratchTrim();  // a long message leaves no scratch behind
+    return message;
 }
 
 void writeDefault(int kind, const wchar_t *condition, const std::wstring &message,

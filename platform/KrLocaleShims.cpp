@@ -8,16 +8,14 @@
 #include <cctype>
 
 #include "platform/KrPlatform.h"
+#include "platform/internal/LocaleCtype.h"
 
-namespace {
-
-// True when the calling thread's LC_CTYPE is the plain "C"/"POSIX" locale.
-bool isClassicCtype() {
+bool orvik::detail::isClassicCtype() {
     const char *codeset = nl_langinfo(CODESET);
     return codeset && std::strcmp(codeset, "ANSI_X3.4-1968") == 0;
 }
 
-}  // namespace
+using orvik::detail::isClassicCtype;
 
 extern "C" {
 

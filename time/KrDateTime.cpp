@@ -6,9 +6,9 @@
 #include <cmath>
 #include <ctime>
 
-#include "time/KrDateTimeImpl.h"
+#include "time/internal/TimeCalendar.h"
 
-using namespace krdt;
+using namespace orvik::detail;
 
 constinit CKrDateTime g_DefaultDateTime;
 
@@ -23,10 +23,86 @@ CKrDateTime::TimeZone::TimeZone(TZ tz) : m_offset(0) {
     m_offset = tz == UTC_P9_30 ? 34200 : (tz - UTC) * 3600;
 }
 
+namespace {
+
+constexpr const wchar_t *kBadTime = L"Invalid time in CKrDateTime::Set()";
+constexpr const wchar_t *kBadDate = L"Invalid date in CKrDateTime::Set()";
+
+[[gnu::noinline, gnu::cold]] void reportBadTime() {
+    KR_REPORTW(kTimeOfDayCondition, kDateTimeSource, L"%s", kBadTime);
+}
+
+// Days in a month index of any value: 0..11 by the table, Inv_Month and beyond through
+// GetNumberOfDays, which reports a bad index and answers 0.
+int monthDaysChecked(CKrDateTime::Month month, int year) {
+    return static_cast<unsigned>(month) < 12 ? daysIn(month, year)
+                                             : CKrDateTime::GetNumberOfDays(month, year);
+}
+
+// The seven-argument Set's date check for the cases off the fast path: the current year or
+// month asked for, a month index of 12 or more, or a day outside its month.  Reports exactly
+// what the check reports and gives the (possibly substituted) year and month.
+[[gnu::noinline, gnu::cold]] bool checkDateSlow(unsigned short day, CKrDateTime::Month &month,
+                                                int &year) {
+    if (year == CKrDateTime::Inv_Year) year = CKrDateTime::GetCurrentYear();
+    if (month == CKrDateTime::Inv_Month) month = CKrDateTime::GetCurrentMonth();
+    const int monthDays = monthDaysChecked(month, year);
+    if (day != 0 && day <= monthDays) return true;
+    KR_REPORTW(kDayOfMonthCondition, kDateTimeSource, L"%s", kBadDate);
+    return false;
+}
+
+[[gnu::noinline, gnu::cold]] bool reportOwnPathOverflow() {
+    KR_REPORTW(kFitsCondition, kDateTimeSource, L"%s", kBadDate);
+    return false;
+}
+
+// A real month (0..11, neither Inv_Month nor beyond), a real year (not Inv_Year) and a day
+// inside that month.  Branch-free; false sends a composition through checkDateSlow.
+[[gnu::always_inline]] inline bool isDayOfMonth(unsigned short day, CKrDateTime::Month month,
+                                                int year) {
+    const unsigned mon = static_cast<unsigned>(month);
+    const int monthDays = daysIn(mon < 12 ? mon : 0u, year);
+    return (mon < 12) & (year != CKrDateTime::Inv_Year) & (day != 0) & (day <= monthDays);
+}
+
+// The own path's value: `days` after 1970-01-01 plus the time of day in local standard time (no
+// daylight saving).  False when it does not fit 64 bits.
+[[gnu::always_inline]] inline bool ownPathValue(kr_int64 days, unsigned short hour,
+                                                unsigned short minute, unsigned short second,
+                                                unsigned short millisec, kr_int64 &value) {
+    const kr_int64 secondsOfDay =
+        (static_cast<kr_int64>(hour) * 60 + minute) * 60 + second + runtimeTimezone();
+    const bool daysFit = !__builtin_mul_overflow(days, kMsPerDay, &value);
+    const bool sumFits = !__builtin_add_overflow(value, secondsOfDay * 1000 + millisec, &value);
+    return daysFit & sumFits;
+}
+
+// The own path's common case in one piece: valid fields, a year outside 1970..2037 and after
+// the first day with a day number, and a result that fits.  The day is checked against the
+// month's length in a common year (a day every year has; 29 February takes the checked way,
+// which knows leap years).  Every condition is computed without a data-dependent branch; false
+// sends the call through compose, which checks and reports everything in its order.
+[[gnu::always_inline]] inline bool composeOwnFast(unsigned short day, CKrDateTime::Month month,
+                                                  int year, unsigned short hour,
+                                                  unsigned short minute, unsigned short second,
+                                                  unsigned short millisec, kr_int64 &value) {
+    const unsigned mon = static_cast<unsigned>(month);
+    const unsigned safeMon = mon < 12 ? mon : 0u;
+    const bool ok = isTimeOfDay(hour, minute, second, millisec) & (mon < 12) & (day != 0) &
+                    (day <= kDaysInMonth[safeMon]) & !composesThroughRuntime(year) &
+                    (year > JDN_0_YEAR);  // also excludes Inv_Year
+    const bool fits =
+        ownPathValue(daysFromCivil(year, safeMon, day), hour, minute, second, millisec, value);
+    return ok & fits;
+}
+
+}  // namespace
+
 // ---- construction ----------------------------------------------------------------------------
 
-CKrDateTime::CKrDateTime(long long t) : m_value(kInvalid) { Set(t); }
-CKrDateTime::CKrDateTime(double jdn) : m_value(kInvalid) { Set(jdn); }
+CKrDateTime::CKrDateTime(long long t) : m_value(kInvalidDateTime) { Set(t); }
+CKrDateTime::CKrDateTime(double jdn) : m_value(kInvalidDateTime) { Set(jdn); }
 CKrDateTime::CKrDateTime(const Tm &tm) : m_value(0) { Set(tm); }
 CKrDateTime::CKrDateTime(const struct tm &tm) : m_value(0) { Set(tm); }
 CKrDateTime::CKrDateTime(unsigned short hour, unsigned short minute, unsigned short second,
@@ -57,10 +133,9 @@ CKrDateTime &CKrDateTime::Set(long long t) {
 }
 
 CKrDateTime &CKrDateTime::Set(double jdn) {
-    const double ms = (jdn - 2440587.5 + 1e-8) * 86400000.0;
+    const double ms = (jdn - kUnixEpochJulianDay + 1e-8) * kMsPerDayDouble;
     // The double nearest 2^63 is 2^63 itself, so a strict comparison keeps the cast defined.
-    if (!KR_DT_CHECK(std::isfinite(ms) && ms > -9223372036854775808.0 &&
-                         ms < 9223372036854775808.0,
+    if (!KR_DT_CHECK(std::isfinite(ms) && ms > -9223372036854775808.0 && ms < 9223372036854775808.0,
                      L"JDN out of range"))
         return *this;
     m_value = static_cast<kr_int64>(ms);  // truncation toward zero
@@ -98,9 +173,10 @@ CKrDateTime &CKrDateTime::Set(const struct tm &tm) {
 
 CKrDateTime &CKrDateTime::Set(unsigned short hour, unsigned short minute, unsigned short second,
                               unsigned short millisec) {
-    if (!KR_DT_CHECK(hour < 24 && second < 62 && minute < 60 && millisec < 1000,
-                     L"Invalid time in CKrDateTime::Set()"))
+    if (!isTimeOfDay(hour, minute, second, millisec)) {
+        reportBadTime();
         return *this;
+    }
     struct tm t = localTmNow();
     t.tm_hour = hour;
     t.tm_min = minute;
@@ -109,67 +185,6 @@ CKrDateTime &CKrDateTime::Set(unsigned short hour, unsigned short minute, unsign
     Set(t);
     return SetMillisecond(millisec);
 }
-
-namespace {
-
-// The seven-argument Set's date check for the cases off the fast path: the current year or
-// month asked for, a month index of 12 or more, or a day outside its month.  Reports exactly
-// what the check reports and gives the (possibly substituted) year and month.
-[[gnu::noinline, gnu::cold]] bool checkDateSlow(unsigned short day, CKrDateTime::Month &month,
-                                                int &year) {
-    if (year == CKrDateTime::Inv_Year) year = CKrDateTime::GetCurrentYear();
-    if (month == CKrDateTime::Inv_Month) month = CKrDateTime::GetCurrentMonth();
-    // A month index above 12 is reported by GetNumberOfDays, which then answers 0.
-    const int monthDays = static_cast<unsigned>(month) < 12
-                              ? daysIn(month, year)
-                              : CKrDateTime::GetNumberOfDays(month, year);
-    return KR_DT_CHECK(day != 0 && day <= monthDays, L"Invalid date in CKrDateTime::Set()");
-}
-
-[[gnu::noinline, gnu::cold]] bool reportBadTime(unsigned short hour, unsigned short minute,
-                                                unsigned short second, unsigned short millisec) {
-    return KR_DT_CHECK(hour < 24 && second < 62 && minute < 60 && millisec < 1000,
-                       L"Invalid time in CKrDateTime::Set()");
-}
-
-[[gnu::noinline, gnu::cold]] bool reportOwnPathOverflow() {
-    const bool fits = false;
-    return KR_DT_CHECK(fits, L"Invalid date in CKrDateTime::Set()");
-}
-
-// The own path's value: `days` after 1970-01-01 plus the time of day in local standard time (no
-// daylight saving).  False when it does not fit 64 bits.
-[[gnu::always_inline]] inline bool ownPathValue(kr_int64 days, unsigned short hour,
-                                                unsigned short minute, unsigned short second,
-                                                unsigned short millisec, kr_int64 &value) {
-    const kr_int64 secondsOfDay =
-        (static_cast<kr_int64>(hour) * 60 + minute) * 60 + second + runtimeTimezone();
-    const bool daysFit = !__builtin_mul_overflow(days, kMsPerDay, &value);
-    const bool sumFits = !__builtin_add_overflow(value, secondsOfDay * 1000 + millisec, &value);
-    return daysFit & sumFits;
-}
-
-// The own path's common case in one piece: a valid time, a real month and year outside
-// 1970..2037 and after the first day with a day number, a day inside its month (as in a common
-// year), and a result that fits.  Every condition is computed without a data-dependent branch;
-// false sends the call through compose, which checks and reports everything in its order.
-[[gnu::always_inline]] inline bool composeOwnFast(unsigned short day, CKrDateTime::Month month,
-                                                  int year, unsigned short hour,
-                                                  unsigned short minute, unsigned short second,
-                                                  unsigned short millisec, kr_int64 &value) {
-    const unsigned mon = static_cast<unsigned>(month);
-    const unsigned safeMon = mon < 12 ? mon : 0;
-    // Month lengths of a common year: 29 February takes the checked way, which knows leap years.
-    const bool ok = (hour < 24) & (second < 62) & (minute < 60) & (millisec < 1000) & (mon < 12) &
-                    (day != 0) & (day <= kDaysInMonth[safeMon]) &
-                    (static_cast<unsigned>(year) - 1970u >= 68u) &  // not 1970..2037
-                    (year > JDN_0_YEAR);                            // also excludes Inv_Year
-    const bool fits =
-        ownPathValue(daysFromCivil(day, safeMon, year), hour, minute, second, millisec, value);
-    return ok & fits;
-}
-
-}  // namespace
 
 CKrDateTime &CKrDateTime::Set(unsigned short day, Month month, int year, unsigned short hour,
                               unsigned short minute, unsigned short second,
@@ -202,25 +217,21 @@ bool CKrDateTime::composeRuntime(unsigned short day, Month month, int year, unsi
 
 bool CKrDateTime::compose(unsigned short day, Month month, int year, unsigned short hour,
                           unsigned short minute, unsigned short second, unsigned short millisec) {
-    // The common case (a valid time, a real month and year, a day inside its month) is decided
-    // without data-dependent branches; everything else goes through the checks that report.
-    const bool timeOk = (hour < 24) & (second < 62) & (minute < 60) & (millisec < 1000);
-    if (__builtin_expect(!timeOk, 0)) return reportBadTime(hour, minute, second, millisec);
-    const unsigned mon = static_cast<unsigned>(month);
-    // Days in the month: the common-year length, plus one for February of a leap year.
-    const unsigned monthDays =
-        kDaysInMonth[mon < 12 ? mon : 0] +
-        (static_cast<unsigned>(mon == Feb) & static_cast<unsigned>(isGregorianLeap32(year)));
-    const bool dateOk = (mon < 12) & (year != Inv_Year) & (day != 0) & (day <= monthDays);
-    if (__builtin_expect(!dateOk, 0) && !checkDateSlow(day, month, year)) return false;
+    // The time is checked before the date: a bad time is the one report.
+    if (__builtin_expect(!isTimeOfDay(hour, minute, second, millisec), 0)) {
+        reportBadTime();
+        return false;
+    }
+    if (__builtin_expect(!isDayOfMonth(day, month, year), 0) && !checkDateSlow(day, month, year))
+        return false;
 
-    if (static_cast<unsigned>(year) - 1970u < 68u)  // 1970..2037
+    if (composesThroughRuntime(year))
         return composeRuntime(day, month, year, hour, minute, second, millisec);
 
     // Own path.  A date before the first day number is reported and counted from day number 0.
     const kr_int64 days = __builtin_expect(year <= JDN_0_YEAR, 0)
                               ? jdnFromDate(day, month, year) - kUnixEpochJdn
-                              : daysFromCivil(day, static_cast<unsigned>(month), year);
+                              : daysFromCivil(year, static_cast<unsigned>(month), day);
     kr_int64 value;
     if (__builtin_expect(!ownPathValue(days, hour, minute, second, millisec, value), 0))
         return reportOwnPathOverflow();
@@ -271,7 +282,7 @@ CKrDateTime::Tm CKrDateTime::GetTm(const TimeZone &tz) const {
     tm.sec = static_cast<unsigned short>((timeOfDay / 1000) % 60);
     tm.min = static_cast<unsigned short>((timeOfDay / 60000) % 60);
     tm.hour = static_cast<unsigned short>(timeOfDay / 3600000);
-    tm.yday = static_cast<unsigned short>(daysBefore(date.month, date.year) + date.day - 1);
+    tm.yday = static_cast<unsigned short>(daysBefore(date.month, tm.year) + date.day - 1);
     tm.tz = tz;
     return tm;  // wday stays Inv_WeekDay: computed on demand
 }
@@ -327,7 +338,9 @@ CKrDateTime CKrDateTime::Today() {
 
 kr_int64 CKrDateTime::GetTimeNow() { return KR_time64(nullptr); }
 
-struct tm CKrDateTime::GetTmNow() { return localTmNow(); }
+struct tm CKrDateTime::GetTmNow() {
+    return localTmNow();
+}
 
 CKrDateTime &CKrDateTime::SetToCurrent() { return *this = Now(); }
 
@@ -371,13 +384,19 @@ CKrDateTime &CKrDateTime::SetSecond(unsigned short second) {
 
 CKrDateTime &CKrDateTime::SetMillisecond(unsigned short millisecond) {
     if (!checkValid()) return *this;
-    if (!KR_DT_CHECK(millisecond < 1000, L"Invalid time in CKrDateTime::Set()")) return *this;
+    if (!isTimeOfDay(0, 0, 0, millisecond)) {
+        reportBadTime();
+        return *this;
+    }
     // Every local offset is whole seconds, so the local millisecond is the value's own: set it
     // directly rather than through the runtime again (which would call back here).
     kr_int64 value;
     const bool fits = !__builtin_sub_overflow(m_value, floorMod(m_value, 1000), &value) &&
                       !__builtin_add_overflow(value, millisecond, &value);
-    if (!KR_DT_CHECK(fits, L"Invalid date in CKrDateTime::Set()")) return *this;
+    if (!fits) {
+        reportOwnPathOverflow();
+        return *this;
+    }
     m_value = value;
     return *this;
 }
@@ -398,12 +417,12 @@ kr_int64 CKrDateTime::GetTicks() const {
 
 double CKrDateTime::GetJulianDayNumber() const {
     checkValid();
-    return static_cast<double>(m_value) / 86400000.0 + 2440587.5;
+    return static_cast<double>(m_value) / kMsPerDayDouble + kUnixEpochJulianDay;
 }
 
 namespace {
 kr_int64 jdnToUnix(double jdn, double unitsPerDay) {
-    const double r = (jdn - 2440587.5) * unitsPerDay;
+    const double r = (jdn - kUnixEpochJulianDay) * unitsPerDay;
     if (!KR_DT_CHECK(std::isfinite(r) && r > -9223372036854775808.0 && r < 9223372036854775808.0,
                      L"JDN out of range"))
         return -1;
@@ -412,7 +431,9 @@ kr_int64 jdnToUnix(double jdn, double unitsPerDay) {
 }  // namespace
 
 kr_int64 CKrDateTime::ConvertJDNToUnixFormat(double jdn) { return jdnToUnix(jdn, 86400.0); }
-kr_int64 CKrDateTime::ConvertJDNToUnixFormatMs(double jdn) { return jdnToUnix(jdn, 86400000.0); }
+kr_int64 CKrDateTime::ConvertJDNToUnixFormatMs(double jdn) {
+    return jdnToUnix(jdn, kMsPerDayDouble);
+}
 
 // ---- zones ------------------------------------------------------------------------------------
 
@@ -459,7 +480,8 @@ CKrTimeSpan CKrDateTime::Subtract(const CKrDateTime &other) const {
     return CKrTimeSpan(wrapSub(m_value, other.m_value));
 }
 
-// ---- comparison -----------------------------------------------------------------------------------
+// ---- comparison
+// -----------------------------------------------------------------------------------
 
 bool CKrDateTime::IsEqualTo(const CKrDateTime &dt) const {
     return checkValid() && dt.checkValid() && m_value == dt.m_value;

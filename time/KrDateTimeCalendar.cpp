@@ -4,28 +4,15 @@
 #include <climits>
 #include <ctime>
 
-#include "time/KrDateTimeImpl.h"
+#include "time/internal/TimeCalendar.h"
 
-namespace krdt {
-
-const unsigned short kDaysInMonth[24] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31,
-                                         31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-const unsigned short kDaysBeforeMonth[24] = {0, 31, 59, 90,  120, 151, 181, 212, 243, 273, 304, 334,
-                                             0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335};
-
-kr_int64 jdnSlow(kr_int64 day, int month, kr_int64 year) {
-    const kr_int64 a = month < 2 ? 1 : 0;
-    const kr_int64 y = year + 4800 - a;
-    const kr_int64 m = (month + 1) + 12 * a - 3;  // March-based month, [0, 11]
-    return day + floorDiv(153 * m + 2, 5) + 365 * y + floorDiv(y, 4) - floorDiv(y, 100) +
-           floorDiv(y, 400) - 32046;
-}
+namespace orvik::detail {
 
 std::atomic<const long *> g_runtimeZone{nullptr};
 
 void reportBeforeJdnEpoch() {
-    DiagAssertW(L"!isBeforeJdnEpoch(day, month, year)", kSource, __LINE__, L"%s",
-                L"date out of range - can't convert to JDN");
+    KR_REPORTW(kJdnEpochCondition, kDateTimeSource, L"%s",
+               L"date out of range - can't convert to JDN");
 }
 
 long runtimeTimezoneFirst() {
@@ -51,31 +38,58 @@ struct tm localTmNow() {
     return t;
 }
 
-}  // namespace krdt
+// Today's date in the Julian calendar: the year and the 0-based month (the noon-based day
+// number c = jdn + 1, shifted by 32082 days to the Julian epoch of the inverse).
+static void julianToday(int &year, int &month) {
+    const struct tm now = localTmNow();
+    const kr_int64 c =
+        daysFromCivil(now.tm_year + 1900, static_cast<unsigned>(now.tm_mon), now.tm_mday) +
+        kUnixEpochJdn + 1 + 32082;
+    const kr_int64 d = (4 * c + 3) / 1461;
+    const kr_int64 e = c - 1461 * d / 4;
+    const kr_int64 m = (5 * e + 2) / 153;
+    year = static_cast<int>(d - 4800 + m / 10);
+    month = static_cast<int>(m + 2 - 12 * (m / 10));
+}
 
-using namespace krdt;
+}  // namespace orvik::detail
+
+using namespace orvik::detail;
 
 // ---- Tm ----------------------------------------------------------------------------------------
 
 CKrDateTime::Tm::Tm()
-    : msec(0), sec(0), min(0), hour(0), mday(0), mon(Inv_Month), year(0),
-      tz(TimeZone::FromOffset(0)), wday(Inv_WeekDay), yday(0) {}
+    : msec(0),
+      sec(0),
+      min(0),
+      hour(0),
+      mday(0),
+      mon(Inv_Month),
+      year(0),
+      tz(TimeZone::FromOffset(0)),
+      wday(Inv_WeekDay),
+      yday(0) {}
 
 CKrDateTime::Tm::Tm(const struct tm &t, const TimeZone &zone)
-    : msec(0), sec(static_cast<unsigned short>(t.tm_sec)),
-      min(static_cast<unsigned short>(t.tm_min)), hour(static_cast<unsigned short>(t.tm_hour)),
-      mday(static_cast<unsigned short>(t.tm_mday)), mon(static_cast<Month>(t.tm_mon)),
-      year(static_cast<kr_int32>(static_cast<kr_int64>(t.tm_year) + 1900)), tz(zone),
-      wday(static_cast<unsigned short>(t.tm_wday)), yday(static_cast<unsigned short>(t.tm_yday)) {}
+    : msec(0),
+      sec(static_cast<unsigned short>(t.tm_sec)),
+      min(static_cast<unsigned short>(t.tm_min)),
+      hour(static_cast<unsigned short>(t.tm_hour)),
+      mday(static_cast<unsigned short>(t.tm_mday)),
+      mon(static_cast<Month>(t.tm_mon)),
+      year(static_cast<kr_int32>(static_cast<kr_int64>(t.tm_year) + 1900)),
+      tz(zone),
+      wday(static_cast<unsigned short>(t.tm_wday)),
+      yday(static_cast<unsigned short>(t.tm_yday)) {}
 
 bool CKrDateTime::Tm::IsValid() const {
     if (static_cast<unsigned>(mon) >= 12 || mday < 1) return false;
-    return mday <= daysIn(mon, year) && hour < 24 && min < 60 && sec < 62 && msec < 1000;
+    return mday <= daysIn(mon, year) && isTimeOfDay(hour, min, sec, msec);
 }
 
 void CKrDateTime::Tm::ComputeWeekDay() {
     if (static_cast<unsigned>(mon) >= 12 || mday < 1) return;  // stays Inv_WeekDay
-    wday = static_cast<unsigned short>(weekDayFromJdn(jdnUnchecked(mday, mon, year)));
+    wday = static_cast<unsigned short>(weekDayOf(mday, mon, year));
 }
 
 CKrDateTime::WeekDay CKrDateTime::Tm::GetWeekDay() {
@@ -89,13 +103,11 @@ CKrDateTime::WeekDay CKrDateTime::Tm::GetWeekDay() const {
 }
 
 void CKrDateTime::Tm::AddMonths(int n) {
-    const kr_int64 total = static_cast<kr_int64>(year) * 12 + static_cast<kr_int64>(mon) + n;
-    const kr_int64 newYear = floorDiv(total, 12);
-    const kr_int64 newMonth = floorMod(total, 12);
-    if (!KR_DT_CHECK(newYear >= INT32_MIN && newYear <= INT32_MAX && newMonth >= 0 && newMonth < 12,
-                     L"logic error in AddMonths function"))
-        return;
-    year = static_cast<kr_int32>(newYear);
+    kr_int32 newYear;
+    int newMonth;
+    const bool inRange = shiftMonths(year, mon, n, newYear, newMonth);
+    if (!KR_DT_CHECK(inRange, L"logic error in AddMonths function")) return;
+    year = newYear;
     mon = static_cast<Month>(newMonth);
     wday = Inv_WeekDay;
 }
@@ -141,9 +153,12 @@ void CKrDateTime::Tm::AddDays64(kr_int64 n) {
 bool CKrDateTime::IsLeapYear(int year, Calendar cal) {
     if (year == Inv_Year) year = GetCurrentYear();
     switch (cal) {
-    case Gregorian: return isGregorianLeap(year);
-    case Julian: return year % 4 == 0;  // C++'s remainder is 0 for negative multiples too
-    default: break;
+        case Gregorian:
+            return isGregorianLeap(year);
+        case Julian:
+            return year % 4 == 0;  // C++'s remainder is 0 for negative multiples too
+        default:
+            break;
     }
     (void)KR_DT_CHECK(cal == Gregorian || cal == Julian, L"unknown calendar");
     return false;
@@ -163,25 +178,18 @@ int CKrDateTime::GetNumberOfDays(Month month, int year, Calendar cal) {
 
 int CKrDateTime::GetCurrentYear(Calendar cal) {
     if (!KR_DT_CHECK(cal == Gregorian || cal == Julian, L"unsupported calendar")) return Inv_Year;
-    struct tm now = localTmNow();
-    if (cal == Gregorian) return now.tm_year + 1900;
-    // Julian calendar date of today's day number (noon-based count c = jdn + 1 + 32082).
-    const kr_int64 c = jdnUnchecked(now.tm_mday, now.tm_mon, now.tm_year + 1900) + 1 + 32082;
-    const kr_int64 d = (4 * c + 3) / 1461;
-    const kr_int64 e = c - 1461 * d / 4;
-    const kr_int64 m = (5 * e + 2) / 153;
-    return static_cast<int>(d - 4800 + m / 10);
+    if (cal == Gregorian) return localTmNow().tm_year + 1900;
+    int year, month;
+    julianToday(year, month);
+    return year;
 }
 
 CKrDateTime::Month CKrDateTime::GetCurrentMonth(Calendar cal) {
     if (!KR_DT_CHECK(cal == Gregorian || cal == Julian, L"unsupported calendar")) return Inv_Month;
-    struct tm now = localTmNow();
-    if (cal == Gregorian) return static_cast<Month>(now.tm_mon);
-    const kr_int64 c = jdnUnchecked(now.tm_mday, now.tm_mon, now.tm_year + 1900) + 1 + 32082;
-    const kr_int64 d = (4 * c + 3) / 1461;
-    const kr_int64 e = c - 1461 * d / 4;
-    const kr_int64 m = (5 * e + 2) / 153;
-    return static_cast<Month>(m + 2 - 12 * (m / 10));
+    if (cal == Gregorian) return static_cast<Month>(localTmNow().tm_mon);
+    int year, month;
+    julianToday(year, month);
+    return static_cast<Month>(month);
 }
 
 int CKrDateTime::ConvertYearToBC(int year) {

@@ -4,9 +4,9 @@
 #include <cstring>
 #include <ctime>
 
-#include "time/KrDateTimeImpl.h"
+#include "time/internal/TimeCalendar.h"
 
-using namespace krdt;
+using namespace orvik::detail;
 
 namespace {
 
@@ -97,11 +97,20 @@ CKrDateTime CKrDateTime::GetBeginDST(int year, Country country) {
     if (isEuropeanRule(c)) return sunday(-1, Mar, year, 1, true, L"no last Sunday in March?");
     if (c == Country_USA) {
         switch (year) {
-        case 1918: case 1919: case 1943: case 1944: case 1945: return at(1, Jan, year);
-        case 1942: return at(2, Feb, year);
-        case 1974: return at(6, Jan, year);
-        case 1975: return at(23, Feb, year);
-        default: break;
+            case 1918:
+            case 1919:
+            case 1943:
+            case 1944:
+            case 1945:
+                return at(1, Jan, year);
+            case 1942:
+                return at(2, Feb, year);
+            case 1974:
+                return at(6, Jan, year);
+            case 1975:
+                return at(23, Feb, year);
+            default:
+                break;
         }
         if (year >= 1986) return sunday(1, Apr, year, 2, false, L"no first Sunday in April?");
         return sunday(-1, Apr, year, 2, false, L"no last Sunday in April?");
@@ -116,9 +125,15 @@ CKrDateTime CKrDateTime::GetEndDST(int year, Country country) {
     if (isEuropeanRule(c)) return sunday(-1, Oct, year, 1, true, L"no last Sunday in October?");
     if (c == Country_USA) {
         switch (year) {
-        case 1918: case 1919: case 1943: case 1944: return at(31, Dec, year);
-        case 1945: return at(30, Sep, year);
-        default: break;
+            case 1918:
+            case 1919:
+            case 1943:
+            case 1944:
+                return at(31, Dec, year);
+            case 1945:
+                return at(30, Sep, year);
+            default:
+                break;
         }
         return sunday(-1, Oct, year, 2, false, L"no last Sunday in October?");
     }

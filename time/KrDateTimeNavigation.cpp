@@ -1,9 +1,9 @@
 // CKrDateTime: calendar-span arithmetic, week numbering, and week / day navigation.
 #include <climits>
 
-#include "time/KrDateTimeImpl.h"
+#include "time/internal/TimeCalendar.h"
 
-using namespace krdt;
+using namespace orvik::detail;
 
 namespace {
 
@@ -12,16 +12,16 @@ bool isWeekDay(CKrDateTime::WeekDay wd) { return static_cast<unsigned>(wd) < 7; 
 CKrDateTime::WeekFlags resolveFlags(CKrDateTime::WeekFlags flags) {
     if (flags != CKrDateTime::Default_First) return flags;
     return CKrDateTime::GetCountry() == CKrDateTime::Country_USA ? CKrDateTime::Sunday_First
-                                                                  : CKrDateTime::Monday_First;
+                                                                 : CKrDateTime::Monday_First;
 }
 
 // Week of the year of a date (month 0..11) under resolved flags.
-int weekOfYear(int mday, int month, kr_int64 year, CKrDateTime::WeekFlags flags) {
+int weekOfYear(int mday, int month, int year, CKrDateTime::WeekFlags flags) {
     const int yday = daysBefore(month, year) + mday;  // 1-based
-    int wd = weekDayFromJdn(jdnUnchecked(mday, month, year));
+    int wd = weekDayOf(mday, static_cast<unsigned>(month), year);
     if (flags != CKrDateTime::Sunday_First) wd = (wd + 6) % 7;  // Monday-based index
     const int week = (yday - wd + 7) / 7;
-    const int jan1 = weekDayFromJdn(jdnUnchecked(1, 0, year));
+    const int jan1 = weekDayOf(1, 0, year);
     return (jan1 == CKrDateTime::Wed || jan1 == CKrDateTime::Thu) ? week + 1 : week;
 }
 
@@ -35,15 +35,14 @@ CKrDateTime &CKrDateTime::Add(const CKrDateSpan &span) {
     if (static_cast<unsigned>(tm.mon) >= 12) return *this;  // break-down failed (reported)
     const Tm before = tm;
 
-    const kr_int64 total =
-        (static_cast<kr_int64>(tm.year) + span.GetYears()) * 12 + tm.mon + span.GetMonths();
-    const kr_int64 year = floorDiv(total, 12);
-    const kr_int64 month = floorMod(total, 12);
+    kr_int32 year;
+    int month;
     // INT32_MIN is excluded: as a year argument it would mean "the current year".
-    if (!KR_DT_CHECK(month >= 0 && month < 12 && year > INT32_MIN && year <= INT32_MAX,
-                     L"logic error in AddMonths function"))
-        return *this;
-    tm.year = static_cast<kr_int32>(year);
+    const bool inRange = shiftMonths(static_cast<kr_int64>(tm.year) + span.GetYears(), tm.mon,
+                                     span.GetMonths(), year, month) &&
+                         year != INT32_MIN;
+    if (!KR_DT_CHECK(inRange, L"logic error in AddMonths function")) return *this;
+    tm.year = year;
     tm.mon = static_cast<Month>(month);
     const int monthDays = daysIn(tm.mon, tm.year);
     if (tm.mday > monthDays) tm.mday = static_cast<unsigned short>(monthDays);
@@ -76,7 +75,8 @@ int CKrDateTime::GetWeekOfMonth(WeekFlags flags, const TimeZone &tz) const {
     const Tm tm = GetTm(tz);
     if (static_cast<unsigned>(tm.mon) >= 12) return 0;
     flags = resolveFlags(flags);
-    int week = weekOfYear(tm.mday, tm.mon, tm.year, flags) - weekOfYear(1, tm.mon, tm.year, flags) + 1;
+    int week =
+        weekOfYear(tm.mday, tm.mon, tm.year, flags) - weekOfYear(1, tm.mon, tm.year, flags) + 1;
     if (week < 0) week += isGregorianLeap(static_cast<kr_int64>(tm.year) - 1) ? 53 : 52;
     return week;
 }
@@ -84,8 +84,7 @@ int CKrDateTime::GetWeekOfMonth(WeekFlags flags, const TimeZone &tz) const {
 // ---- navigation ------------------------------------------------------------------------------
 
 CKrDateTime &CKrDateTime::moveDays(kr_int64 days) {
-    m_value = wrapAdd(m_value, static_cast<kr_int64>(static_cast<kr_uint64>(days) *
-                                                     static_cast<kr_uint64>(kMsPerDay)));
+    m_value = wrapAdd(m_value, wrapMul(days, kMsPerDay));
     return *this;
 }
 
@@ -125,10 +124,10 @@ bool CKrDateTime::SetToWeekDay(WeekDay wd, int n, Month month, int year) {
     // daylight-saving change.
     kr_int64 day;
     if (n >= 1) {
-        const int first = weekDayFromJdn(jdnUnchecked(1, month, year));
+        const int first = weekDayOf(1, month, year);
         day = 1 + floorMod(static_cast<int>(wd) - first, 7) + 7 * (static_cast<kr_int64>(n) - 1);
     } else {
-        const int last = weekDayFromJdn(jdnUnchecked(monthDays, month, year));
+        const int last = weekDayOf(monthDays, month, year);
         day = monthDays - floorMod(last - static_cast<int>(wd), 7) -
               7 * (-static_cast<kr_int64>(n) - 1);
     }
@@ -165,8 +164,7 @@ CKrDateTime &CKrDateTime::SetToYearDay(unsigned short yday) {
     const Tm tm = GetTm();
     if (static_cast<unsigned>(tm.mon) >= 12) return *this;
     const int year = tm.year;
-    if (!KR_DT_CHECK(yday >= 1 && yday <= GetNumberOfDays(year), L"invalid year day"))
-        return *this;
+    if (!KR_DT_CHECK(yday >= 1 && yday <= GetNumberOfDays(year), L"invalid year day")) return *this;
     // Strict comparison: the last day of January..November selects the following month with
     // day 0, which the composing Set rejects (kept on purpose, see the header).
     int month = Dec;

@@ -2,7 +2,7 @@
 // "time" holding the millisecond value.
 #include <mutex>
 
-#include "time/KrDateTimeImpl.h"
+#include "time/internal/TimeCalendar.h"
 #include "variant/CKrVariant.h"
 
 namespace {
@@ -13,8 +13,9 @@ constexpr const char *kRunType = "RKrDateTime";
 void registerDateTimeRunType() {
     static std::once_flag once;
     std::call_once(once, [] {
-        CKrVariant::RegisterRunType(CKrVariant::CreateStruct(
-            CKrStringW(L"RKrDateTime"), {CKrVariant(static_cast<kr_int64>(0), CKrStringW(L"time"))}));
+        CKrVariant::RegisterRunType(
+            CKrVariant::CreateStruct(CKrStringW(L"RKrDateTime"),
+                                     {CKrVariant(static_cast<kr_int64>(0), CKrStringW(L"time"))}));
     });
 }
 

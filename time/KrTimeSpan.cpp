@@ -3,26 +3,18 @@
 
 #include "platform/KrPlatform.h"
 #include "strings/CKrStringW.h"
+#include "time/internal/TimeCalendar.h"
+
+using namespace orvik::detail;
 
 namespace {
 
-constexpr const wchar_t *kSource = L"time/KrTimeSpan";
-
 using u64 = unsigned long long;
 
-// Two's-complement arithmetic without signed overflow: the conversion back to signed is
-// modular (C++20).
-long long wrapAdd(long long a, long long b) {
-    return static_cast<long long>(static_cast<u64>(a) + static_cast<u64>(b));
-}
-long long wrapSub(long long a, long long b) {
-    return static_cast<long long>(static_cast<u64>(a) - static_cast<u64>(b));
-}
 u64 magnitude(long long v) { return v < 0 ? 0ULL - static_cast<u64>(v) : static_cast<u64>(v); }
 
 bool isFieldLetter(wchar_t c) {
-    return c == L'D' || c == L'E' || c == L'H' || c == L'M' || c == L'S' || c == L'l' ||
-           c == L'%';
+    return c == L'D' || c == L'E' || c == L'H' || c == L'M' || c == L'S' || c == L'l' || c == L'%';
 }
 
 }  // namespace
@@ -32,6 +24,9 @@ CKrTimeSpan::CKrTimeSpan(long long hours, long long minutes, long long seconds,
     : m_value(wrapAdd(
           wrapMul(wrapAdd(wrapMul(wrapAdd(wrapMul(hours, 60), minutes), 60), seconds), 1000),
           milliseconds)) {}
+
+CKrTimeSpan CKrTimeSpan::Days(long long n) { return CKrTimeSpan(wrapMul(24, n), 0, 0, 0); }
+CKrTimeSpan CKrTimeSpan::Weeks(long long n) { return CKrTimeSpan(wrapMul(168, n), 0, 0, 0); }
 
 CKrTimeSpan &CKrTimeSpan::Add(const CKrTimeSpan &other) {
     m_value = wrapAdd(m_value, other.m_value);
@@ -56,7 +51,9 @@ CKrTimeSpan &CKrTimeSpan::Multiply(int factor) {
     return *this;
 }
 
-CKrTimeSpan CKrTimeSpan::Multiply(int factor) const { return CKrTimeSpan(wrapMul(m_value, factor)); }
+CKrTimeSpan CKrTimeSpan::Multiply(int factor) const {
+    return CKrTimeSpan(wrapMul(m_value, factor));
+}
 
 CKrTimeSpan &CKrTimeSpan::Neg() {
     m_value = wrapSub(0, m_value);
@@ -76,7 +73,7 @@ bool CKrTimeSpan::IsLongerThan(const CKrTimeSpan &other) const {
 CKrStringW CKrTimeSpan::Format(const wchar_t *format) const {
     CKrStringW result;
     bool haveFormat = format != nullptr && *format != 0;
-    KR_ASSERTW(haveFormat, kSource, L"NULL format in CKrTimeSpan::Format");
+    KR_ASSERTW(haveFormat, kTimeSpanSource, L"NULL format in CKrTimeSpan::Format");
     if (!haveFormat) return result;
 
     size_t length = 0;
@@ -93,19 +90,34 @@ CKrStringW CKrTimeSpan::Format(const wchar_t *format) const {
         if (letter == 0) break;  // a trailing '%' ends the walk
         field.Empty();
         switch (letter) {
-        case L'D': field.Format(L"%d", GetDays()); break;
-        case L'E': field.Format(L"%d", GetWeeks()); break;
-        case L'H': field.Format(L"%02d", GetHours()); break;
-        case L'M': field.Format(L"%02d", GetMinutes()); break;
-        // Seconds and milliseconds print as 32-bit numbers ("%ld" is 32 bits in the format's
-        // native dialect); larger counts are cut, not widened.
-        case L'S': field.Format(L"%02ld", static_cast<long>(static_cast<kr_int32>(GetSeconds()))); break;
-        case L'l': field.Format(L"%03ld", static_cast<long>(static_cast<kr_int32>(m_value))); break;
-        default: break;
+            case L'D':
+                field.Format(L"%d", GetDays());
+                break;
+            case L'E':
+                field.Format(L"%d", GetWeeks());
+                break;
+            case L'H':
+                field.Format(L"%02d", GetHours());
+                break;
+            case L'M':
+                field.Format(L"%02d", GetMinutes());
+                break;
+            // Seconds and milliseconds print as 32-bit numbers ("%ld" is 32 bits in the format's
+            // native dialect); larger counts are cut, not widened.
+            case L'S':
+                field.Format(L"%02ld", static_cast<long>(static_cast<kr_int32>(GetSeconds())));
+                break;
+            case L'l':
+                field.Format(L"%03ld", static_cast<long>(static_cast<kr_int32>(m_value)));
+                break;
+            default:
+                break;
         }
-        KR_ASSERTW(isFieldLetter(letter), kSource, L"invalid format character");
-        if (field.IsEmpty()) result += letter;
-        else result += field;
+        KR_ASSERTW(isFieldLetter(letter), kTimeSpanSource, L"invalid format character");
+        if (field.IsEmpty())
+            result += letter;
+        else
+            result += field;
     }
     return result;
 }

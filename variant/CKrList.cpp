@@ -6,7 +6,7 @@
 #include <mutex>
 #include <new>
 
-#include "variant/CKrListDiag.h"
+#include "variant/internal/ListReport.h"
 
 namespace {
 
@@ -318,6 +318,9 @@ CKrList::CKrNode *CKrList::GetNth(unsigned int n) const {
 }
 
 void *CKrList::operator[](unsigned int n) const {
+    // Held until the item is read: GetNth releases its own hold on return, and another
+    // thread's Clear could free the node in between (the lock is recursive).
+    Guard guard(m_lock);
     CKrNode *node = GetNth(n);
     return node ? node->m_item : nullptr;
 }

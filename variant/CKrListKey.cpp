@@ -1,6 +1,6 @@
 // CKrList::CKrKey: the key of a list node.
 #include "variant/CKrList.h"
-#include "variant/CKrListDiag.h"
+#include "variant/internal/ListReport.h"
 
 CKrList::CKrKey::CKrKey() : m_keyType(krKEY_NONE), m_intValue(0), m_stringValue() {}
 

@@ -1,6 +1,6 @@
 // CKrList::CKrNode: one item of a keyed list, with its key and links.
 #include "variant/CKrList.h"
-#include "variant/CKrListDiag.h"
+#include "variant/internal/ListReport.h"
 
 CKrList::CKrNode::CKrNode(CKrList *list, CKrNode *previous, CKrNode *next, void *item,
                           const CKrKey &key)

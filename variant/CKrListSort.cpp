@@ -6,7 +6,7 @@
 #include <new>
 
 #include "variant/CKrList.h"
-#include "variant/CKrListDiag.h"
+#include "variant/internal/ListReport.h"
 
 namespace {
 

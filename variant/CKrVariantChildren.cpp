@@ -25,6 +25,26 @@ bool nameIs(CKrVariant const &v, wchar_t const *name) {
 
 CKrVariantRunType const &plainList() { return CKrVariantDataCKrListVariant::GetOrigRunType(); }
 
+// True when `node` is `root` or lies anywhere below it.  An explicit stack: trees may be deep.
+bool isWithin(CKrVariant const &root, CKrVariant const *node) {
+    if (&root == node) return true;
+    CKrVariantDataCKrListVariant const *list = CKrVariantAccess::ListOf(root);
+    if (!list) return false;
+    Lock guard(CKrListVariant::GetLock());
+    std::vector<CKrListVariant const *> pending{&list->GetList()};
+    while (!pending.empty()) {
+        CKrListVariant const *current = pending.back();
+        pending.pop_back();
+        for (CKrVariant const *child : CKrVariantAccess::ItemsOf(*current)) {
+            if (child == node) return true;
+            if (child)
+                if (CKrVariantDataCKrListVariant const *sub = CKrVariantAccess::ListOf(*child))
+                    pending.push_back(&sub->GetList());
+        }
+    }
+    return false;
+}
+
 // GetRunType() == plainList() without comparing names for the usual case, a list holder.
 bool holdsPlainList(CKrVariantData const *data) {
     if (data->IsArray()) return static_cast<CKrVariantDataCKrListVariant const *>(data)->IsPlainList();
@@ -107,7 +127,9 @@ CKrVariant &CKrVariant::Append(CKrVariant const &item) {
 }
 
 CKrVariant &CKrVariant::Append(CKrVariant &&item) {
-    if (&item == this) return Append(static_cast<CKrVariant const &>(item));
+    // Moving this variant or one of its ancestors into it would make the tree own itself:
+    // such an item is copied instead (the copying Append copes with it), and keeps its value.
+    if (isWithin(item, this)) return Append(static_cast<CKrVariant const &>(item));
     if (m_pData && !m_enabledTypeChange && !holdsPlainList(m_pData)) {
         DiagAssertW(L"true", KR_VARIANT_SOURCE, __LINE__,
                     L"Error: invalid variant type (%hs) for array operation.",

@@ -108,26 +108,30 @@ public:
     // Reads one object: white space, "{", members, "}", white space, end of text.  On success
     // *target (when not null) holds exactly the members read; on failure it is unchanged and
     // *error (when not null) receives the message.  A null target only checks the text.
-    // "{}" reads as an object without members.  Repeated member names fail ("Duplicate member
-    // name while parsing Object!") rather than silently dropping a value.  Anything but white
-    // space after the closing brace fails ("Unexpected text after the end of Object!").
+    // An object needs at least one member: "{}" and "{ }" fail with "Expected '\"' while
+    // parsing Object!" (callers rely on the refusal; an empty object is written as nothing).
+    // Repeated member names fail ("Duplicate member name while parsing Object!") rather than
+    // silently dropping a value.  Anything but white space after the closing brace fails
+    // ("Unexpected text after the end of Object!").
     static bool readObjectFromString(CKrStringW const &text, CKrJsonObject *target,
                                      CKrStringW *error);
-    // The same for an array ("[]" is an empty array; trailing text: "Unexpected text after the
-    // end of Array!").
+    // The same for an array: "[]" and "[ ]" fail with "Expected value while parsing Array!";
+    // trailing text: "Unexpected text after the end of Array!".
     static bool readArrayFromString(CKrStringW const &text, CKrJsonArray *target,
                                     CKrStringW *error);
 
     // Lays out any JSON document (an object, an array or a scalar) again, checking it fully at
     // every level.  Layout: one member or item per line, lines ended by "\r\n", nested lines
     // indented by makeIndentWithSpaces(depth, indent) (indent <= 0: no indentation), members
-    // written as "name" : value, empty objects and arrays as {} and [].  Literals come out in
-    // lower case, redundant leading zeros of numbers are dropped and raw control characters in
-    // strings are escaped, so the result is always strict JSON and reformat(reformat(x)) ==
-    // reformat(x).  Returns an empty string and sets *error (when not null) on failure; besides
-    // the readers' messages: "Expected value while reformatting!", "Unexpected text after the
-    // end of the document!", "Nesting too deep while reformatting!" (more than kMaxDepth levels)
-    // and "Output too large while reformatting!" (more than kMaxOutput units).
+    // written as "name" : value.  Empty objects and arrays fail at any depth, with the readers'
+    // messages ("Expected '\"' while parsing Object!", "Expected value while parsing Array!").
+    // Literals come out in lower case, redundant leading zeros of numbers are dropped and raw
+    // control characters in strings are escaped, so the result is always strict JSON and
+    // reformat(reformat(x)) == reformat(x).  Returns an empty string and sets *error (when not
+    // null) on failure; besides the readers' messages: "Expected value while reformatting!",
+    // "Unexpected text after the end of the document!", "Nesting too deep while reformatting!"
+    // (more than kMaxDepth levels) and "Output too large while reformatting!" (more than kMaxOutput
+    // units).
     static CKrStringW reformat(CKrStringW const &text, CKrStringW *error, int indent);
     static constexpr int kMaxDepth = 1000;
     static constexpr size_t kMaxOutput = size_t(64) << 20;

@@ -9,8 +9,8 @@
 // Names are written between quotes as stored; values as stored, so a nested item keeps whatever
 // layout its own toString or the input gave it.  An empty nested object or array added with
 // addItem is stored as its empty toString and so writes as nothing after the colon (not JSON);
-// this is kept because stored documents rely on the empty form.  Read "{}" from text instead
-// when an empty member must be written.
+// this is kept because stored documents rely on the empty form.  The readers refuse "{}" and
+// "[]", so an object or array read from text is never empty.
 #ifndef ORVIK_JSON_CKRJSONOBJECT_H
 #define ORVIK_JSON_CKRJSONOBJECT_H
 
@@ -32,8 +32,8 @@ struct KrJsonMemberTable {
     };
     std::wstring names;
     std::wstring texts;
-    std::vector<Entry> entries;          // insertion order, names unique
-    std::vector<kr_uint32> slots;        // open addressing: entry index + 1, 0 empty
+    std::vector<Entry> entries;            // insertion order, names unique
+    std::vector<kr_uint32> slots;          // open addressing: entry index + 1, 0 empty
     mutable std::vector<kr_uint32> order;  // entry indexes in name order, when orderValid
     mutable bool orderValid = true;
 };
@@ -59,7 +59,7 @@ public:
 
     CKrStringW toString() const override;
 
-    bool isEmpty() const override;                                // no members
+    bool isEmpty() const override;                                 // no members
     bool isObject(std::vector<CKrStringW> *names) const override;  // always yes
     bool isItemWithNameNull(CKrStringW const &name) const override;
     bool isItemWithNameBool(CKrStringW const &name, bool *value) const override;

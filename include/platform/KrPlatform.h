@@ -95,22 +95,45 @@ ORVIK_PLATFORM_API int KR_CloseFile(int handle);
 ORVIK_PLATFORM_API size_t KR_mbstowcs(wchar_t *dst, const char *src, size_t count);
 ORVIK_PLATFORM_API size_t KR_wcstombs(char *dst, const wchar_t *src, size_t count);
 
-/* Wide printf with the Windows conventions: "%s" and "%c" take wide arguments, "%hs", "%hc",
- * "%S" and "%C" narrow ones, "%ls"/"%lc"/"%ws" wide; "%I64d", "%I32d" and "%Id" size prefixes
- * are understood; "%p" prints 16 upper-case hex digits.  Returns the length written (without
- * the terminator) or -1 when the buffer is too small or the formatter fails. */
+/* printf with the Windows conventions, for both widths.  A directive is
+ *   '%' flags* width? ('.' precision?)? size? conversion
+ * flags: - + space # 0 ';  width and precision: decimal digits (at most INT_MAX) or '*' (an int
+ * argument; a negative width means '-' and its magnitude, a negative precision counts as none);
+ * sizes: hh h l ll q L j z t, and the Windows I64 (long long), I32 (int), I (size_t), w (wide
+ * text); conversions: d i u o x X f F e E g G a A c C s S p %.
+ * Text arguments: in a wide format "%s" and "%c" take wide arguments and "%hs", "%hc", "%S",
+ * "%C" narrow ones; in a narrow format "%s" and "%c" are narrow and "%S", "%C", "%ls", "%ws"
+ * wide; "%ls"/"%lc"/"%ws" are always wide.  A text of the other width is converted by the
+ * formatter: in the default "C" locale byte for unit (0x00..0xFF), a unit above 0xFF failing in
+ * a narrow result, as KR_mbstowcs / KR_wcstombs do; in any other locale by the locale's own
+ * conversion.  A precision counts the units written of a text; a null text prints "(null)".
+ * "%p" prints 16 upper-case hex digits.
+ * The call fails (result -1) and writes nothing when the format breaks these rules: a format
+ * that ends inside a directive ("100%"), an unknown conversion, "%n", positional arguments
+ * ("%1$d"), a width or precision above INT_MAX, a size that the conversion does not take, a text
+ * argument that does not convert, or a result longer than INT_MAX units.  Such a call returns at
+ * once: the output only grows to the length of the result, measured piece by piece.
+ *
+ * KR_vswprintf / KR_swprintf: into `buffer` of `count` units; the length written (without the
+ * terminator), or -1 when the format fails or the result does not fit (buffer then holds an
+ * empty string when count > 0). */
 ORVIK_PLATFORM_API int KR_vswprintf(wchar_t *buffer, size_t count, const wchar_t *format,
                                     va_list args);
 ORVIK_PLATFORM_API int KR_swprintf(wchar_t *buffer, size_t count, const wchar_t *format, ...);
-/* Narrow printf with the same size prefixes and "%p" form ("%s" is narrow, "%S" wide). */
+/* Narrow, with C99 snprintf results: the full length of the result (count 0 and a null buffer
+ * measure), at most count - 1 bytes and a terminator written; -1 when the format fails. */
 ORVIK_PLATFORM_API int KR_vsnprintf(char *buffer, size_t count, const char *format, va_list args);
 
 /* Formats into a per-thread scratch buffer owned by the platform layer and returns its length
  * (L >= 0) with *out pointing at L units followed by a zero, valid until the thread's next call
- * of the same function; returns -1 (and *out null) when the formatter fails.  No length limit
- * other than memory.  This is the measuring step of the string classes' Format. */
+ * of a KR_FormatScratch* function; returns -1 (and *out null) when the format fails.  No length
+ * limit other than INT_MAX and memory.  Arguments must not point into the scratch itself.  A
+ * thread keeps at most 64 Ki units of scratch between calls: a longer result is released at the
+ * start of the thread's next call, or at once by KR_FormatScratchTrim (call it after copying a
+ * result that may be long).  This is the measuring step of the string classes' Format. */
 ORVIK_PLATFORM_API int KR_FormatScratchW(const wchar_t **out, const wchar_t *format, va_list args);
 ORVIK_PLATFORM_API int KR_FormatScratchA(const char **out, const char *format, va_list args);
+ORVIK_PLATFORM_API void KR_FormatScratchTrim(void);
 
 /* _stricmp / _wcsicmp: compare the lower-cased characters (current locale); the result is the
  * difference of the first lower-cased pair that differs (<0, 0, >0). */

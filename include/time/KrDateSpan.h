@@ -28,9 +28,7 @@ public:
     constexpr kr_int32 GetWeeks() const { return m_weeks; }
     constexpr kr_int32 GetDays() const { return m_days; }
     // Weeks and days together, in 64 bits so that no pair of fields can overflow.
-    constexpr kr_int64 GetTotalDays() const {
-        return static_cast<kr_int64>(m_weeks) * 7 + m_days;
-    }
+    constexpr kr_int64 GetTotalDays() const { return static_cast<kr_int64>(m_weeks) * 7 + m_days; }
 
     // Negation of all four fields; the most negative field value stays as it is (wraps).
     constexpr CKrDateSpan Negate() const {

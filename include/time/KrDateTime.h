@@ -47,11 +47,28 @@ public:
     // Fixed underlying type: any int, including out-of-range values handed in by callers, is a
     // valid value of these types (members reject them with a diagnostic).
     enum Month : int {
-        Jan = 0, Feb, Mar, Apr, May, Jun, Jul, Aug, Sep, Oct, Nov, Dec,
+        Jan = 0,
+        Feb,
+        Mar,
+        Apr,
+        May,
+        Jun,
+        Jul,
+        Aug,
+        Sep,
+        Oct,
+        Nov,
+        Dec,
         Inv_Month = 12  // no month; as an argument: the current month
     };
     enum WeekDay : int {
-        Sun = 0, Mon, Tue, Wed, Thu, Fri, Sat,
+        Sun = 0,
+        Mon,
+        Tue,
+        Wed,
+        Thu,
+        Fri,
+        Sat,
         Inv_WeekDay = 7  // not known / not computed
     };
     enum Calendar : int { Gregorian = 0, Julian = 1 };
@@ -71,11 +88,31 @@ public:
     // UTC-12 h through UTC (13) to UTC+12 h; 26 is UTC+9 h 30 min.
     enum TZ : int {
         Local = 0,
-        UTC_M12 = 1, UTC_M11, UTC_M10, UTC_M9, UTC_M8, UTC_M7, UTC_M6, UTC_M5, UTC_M4, UTC_M3,
-        UTC_M2, UTC_M1,
+        UTC_M12 = 1,
+        UTC_M11,
+        UTC_M10,
+        UTC_M9,
+        UTC_M8,
+        UTC_M7,
+        UTC_M6,
+        UTC_M5,
+        UTC_M4,
+        UTC_M3,
+        UTC_M2,
+        UTC_M1,
         UTC = 13,
-        UTC_P1, UTC_P2, UTC_P3, UTC_P4, UTC_P5, UTC_P6, UTC_P7, UTC_P8, UTC_P9, UTC_P10,
-        UTC_P11, UTC_P12 = 25,
+        UTC_P1,
+        UTC_P2,
+        UTC_P3,
+        UTC_P4,
+        UTC_P5,
+        UTC_P6,
+        UTC_P7,
+        UTC_P8,
+        UTC_P9,
+        UTC_P10,
+        UTC_P11,
+        UTC_P12 = 25,
         UTC_P9_30 = 26
     };
     // Week numbering: Default_First is Sunday-first in the North-American country, Monday-first
@@ -168,8 +205,7 @@ public:
     CKrDateTime(unsigned short hour, unsigned short minute, unsigned short second = 0,
                 unsigned short millisec = 0);
     CKrDateTime(unsigned short day, Month month, int year = Inv_Year, unsigned short hour = 0,
-                unsigned short minute = 0, unsigned short second = 0,
-                unsigned short millisec = 0);
+                unsigned short minute = 0, unsigned short second = 0, unsigned short millisec = 0);
     constexpr CKrDateTime(const CKrDateTime &) noexcept = default;
     constexpr CKrDateTime(CKrDateTime &&) noexcept = default;
     CKrDateTime &operator=(const CKrDateTime &) noexcept = default;
@@ -211,9 +247,9 @@ public:
     //   the date of JDN 0 (24 November -4713) is used.
     // Years 1970..2037 go through the runtime (daylight saving applies); any other year is taken
     // as local standard time.
-    CKrDateTime &Set(unsigned short day, Month month, int year = Inv_Year,
-                     unsigned short hour = 0, unsigned short minute = 0,
-                     unsigned short second = 0, unsigned short millisec = 0);
+    CKrDateTime &Set(unsigned short day, Month month, int year = Inv_Year, unsigned short hour = 0,
+                     unsigned short minute = 0, unsigned short second = 0,
+                     unsigned short millisec = 0);
 
     // Raw access to the millisecond count.  GetValue() reports "invalid CKrDateTime" on the
     // invalid value and returns it anyway.
@@ -449,7 +485,7 @@ extern ORVIK_API CKrDateTime g_DefaultDateTime;
 ORVIK_API inline void krNextMonth(CKrDateTime::Month &m) {
     bool valid = m >= CKrDateTime::Jan && m < CKrDateTime::Inv_Month;
     if (!valid) {
-        DiagAssertW(L"m < CKrDateTime::Inv_Month", L"time/KrDateTime", __LINE__, L"invalid month");
+        KR_REPORTW(L"m < CKrDateTime::Inv_Month", L"time/KrDateTime", L"invalid month");
         return;
     }
     m = static_cast<CKrDateTime::Month>(m + 1);
@@ -457,7 +493,7 @@ ORVIK_API inline void krNextMonth(CKrDateTime::Month &m) {
 ORVIK_API inline void krPrevMonth(CKrDateTime::Month &m) {
     bool valid = m >= CKrDateTime::Jan && m <= CKrDateTime::Inv_Month;
     if (!valid) {
-        DiagAssertW(L"m <= CKrDateTime::Inv_Month", L"time/KrDateTime", __LINE__, L"invalid month");
+        KR_REPORTW(L"m <= CKrDateTime::Inv_Month", L"time/KrDateTime", L"invalid month");
         return;
     }
     m = m == CKrDateTime::Jan ? CKrDateTime::Inv_Month : static_cast<CKrDateTime::Month>(m - 1);
@@ -465,8 +501,7 @@ ORVIK_API inline void krPrevMonth(CKrDateTime::Month &m) {
 ORVIK_API inline void krNextWDay(CKrDateTime::WeekDay &wd) {
     bool valid = wd >= CKrDateTime::Sun && wd < CKrDateTime::Inv_WeekDay;
     if (!valid) {
-        DiagAssertW(L"wd < CKrDateTime::Inv_WeekDay", L"time/KrDateTime", __LINE__,
-                    L"invalid week day");
+        KR_REPORTW(L"wd < CKrDateTime::Inv_WeekDay", L"time/KrDateTime", L"invalid week day");
         return;
     }
     wd = static_cast<CKrDateTime::WeekDay>(wd + 1);
@@ -474,8 +509,7 @@ ORVIK_API inline void krNextWDay(CKrDateTime::WeekDay &wd) {
 ORVIK_API inline void krPrevWDay(CKrDateTime::WeekDay &wd) {
     bool valid = wd >= CKrDateTime::Sun && wd <= CKrDateTime::Inv_WeekDay;
     if (!valid) {
-        DiagAssertW(L"wd <= CKrDateTime::Inv_WeekDay", L"time/KrDateTime", __LINE__,
-                    L"invalid week day");
+        KR_REPORTW(L"wd <= CKrDateTime::Inv_WeekDay", L"time/KrDateTime", L"invalid week day");
         return;
     }
     wd = wd == CKrDateTime::Sun ? CKrDateTime::Inv_WeekDay

@@ -38,9 +38,10 @@ public:
     static CKrTimeSpan Minute() { return CKrTimeSpan(0, 1, 0, 0); }
     static CKrTimeSpan Hours(long long n) { return CKrTimeSpan(n, 0, 0, 0); }
     static CKrTimeSpan Hour() { return CKrTimeSpan(1, 0, 0, 0); }
-    static CKrTimeSpan Days(long long n) { return CKrTimeSpan(wrapMul(24, n), 0, 0, 0); }
+    // n * 24 hours and n * 168 hours; the hour count wraps like every other product.
+    static CKrTimeSpan Days(long long n);
     static CKrTimeSpan Day() { return CKrTimeSpan(24, 0, 0, 0); }
-    static CKrTimeSpan Weeks(long long n) { return CKrTimeSpan(wrapMul(168, n), 0, 0, 0); }
+    static CKrTimeSpan Weeks(long long n);
     static CKrTimeSpan Week() { return CKrTimeSpan(168, 0, 0, 0); }
 
     // ---- getters (totals, truncated toward zero) --------------------------------------------
@@ -94,11 +95,6 @@ public:
     CKrStringW Format(const wchar_t *format) const;
 
 private:
-    static long long wrapMul(long long a, long long b) {
-        return static_cast<long long>(static_cast<unsigned long long>(a) *
-                                      static_cast<unsigned long long>(b));
-    }
-
     kr_int64 m_value;
 };
 

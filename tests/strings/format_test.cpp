@@ -71,7 +71,7 @@ TEST(FormatW, WindowsWideConventionsAndNoLengthLimit) {
 }
 
 TEST(FormatBoth, FormatterFailureLeavesThePreviousContents) {
-    // A wide argument that the "C" locale cannot represent, or bytes that are not text there,
+    // A wide argument that the "C" locale cannot represent, or a format outside the dialect,
     // make the formatter fail.
     const wchar_t bad[] = {0xD800, 0};
     CKrStringA a("previous");
@@ -79,8 +79,8 @@ TEST(FormatBoth, FormatterFailureLeavesThePreviousContents) {
     a.AppendFormat("%ls", bad);
     EXPECT_EQ(a.GetStdString(), "previous");
     CKrStringW w(L"previous");
-    w.Format(L"%hs", "\xFF\xFE");
-    w.AppendFormat(L"%hs", "\xFF\xFE");
+    w.Format(L"100%");
+    w.AppendFormat(L"%hs%", "\xFF\xFE");
     EXPECT_EQ(w.GetStdString(), L"previous");
 }
 

@@ -1,10 +1,14 @@
-// Composing a date-time from its fields: the dates and times it must refuse (value kept, the
-// documented report), the fallback before the first day number, the current month or year as
-// stand-ins, and a local zone that changes between calls.  (Every valid own-path day, leap days
-// included, is covered by the differential sweep.)
+// Composing a date-time from its fields and breaking it down again: the dates and times it must
+// refuse (value kept, the documented report), the fallback before the first day number, the
+// current month or year as stand-ins, a local zone that changes between calls, the edges of the
+// runtime range, and a sweep over every own-path day against the C++20 civil calendar.  (Random
+// values against the civil calendar are the datetime fuzz target's.)
 #include <gtest/gtest.h>
 
+#include <array>
+#include <chrono>
 #include <climits>
+#include <sstream>
 
 #include "common/DiagCapture.h"
 #include "time/KrDateTime.h"
@@ -13,8 +17,44 @@
 namespace {
 
 using DT = CKrDateTime;
+using namespace std::chrono;
 
-constexpr long long kKolkata = 19800;  // seconds east of UTC, not a whole hour
+constexpr long long kKolkata = 19800;                // seconds east of UTC, not a whole hour
+constexpr long long kStdRangeEnd = 2147483647000LL;  // the runtime breaks down [0, this)
+constexpr long long kDay = 86400000;
+// year, month (0-based), day, hour, minute, second, millisecond, weekday, day of year (0-based)
+using Fields = std::array<long long, 9>;
+
+Fields civilOf(long long ms, long long offsetSeconds) {
+    const long long local = ms + offsetSeconds * 1000;
+    const long long days = local / kDay - (local % kDay < 0 ? 1 : 0);
+    const long long tod = local - days * kDay;
+    const sys_days sd{std::chrono::days{days}};
+    const year_month_day ymd{sd};
+    return {static_cast<int>(ymd.year()),
+            static_cast<unsigned>(ymd.month()) - 1,
+            static_cast<unsigned>(ymd.day()),
+            tod / 3600000,
+            tod / 60000 % 60,
+            tod / 1000 % 60,
+            tod % 1000,
+            weekday{sd}.c_encoding(),
+            (sd - sys_days{ymd.year() / January / 1}).count()};
+}
+
+// Adds a failure (and counts it) when the fields of `v` broken down in the zone `offset` seconds
+// east of UTC differ from the civil calendar's.
+void expectCivil(const DT::Tm &tm, long long v, long long offset, const char *what, int &failures) {
+    const Fields got{tm.year, tm.mon,  tm.mday,         tm.hour, tm.min,
+                     tm.sec,  tm.msec, tm.GetWeekDay(), tm.yday};
+    const Fields want = civilOf(v, offset);
+    if (got == want) return;
+    std::ostringstream s;
+    for (size_t i = 0; i < got.size(); ++i) s << (i ? "," : "") << got[i] << "/" << want[i];
+    ADD_FAILURE() << what << ", value " << v << ": got/expected " << s.str();
+    ++failures;
+}
+
 const wchar_t *const kBadDate = L"Invalid date in CKrDateTime::Set()";
 
 // Refused input leaves the value as it was and reports the failed check, condition text and
@@ -24,7 +64,10 @@ TEST(DateTimeCompose, RefusedInputKeepsTheValueAndReportsOnce) {
     const wchar_t *kTimeCond = L"hour < 24 && second < 62 && minute < 60 && millisec < 1000";
     const wchar_t *kDateCond = L"day != 0 && day <= monthDays";
     const wchar_t *kBadTime = L"Invalid time in CKrDateTime::Set()";
-    struct { int d, m, y, h, mi, s, ms; const wchar_t *condition, *message; } cases[] = {
+    struct {
+        int d, m, y, h, mi, s, ms;
+        const wchar_t *condition, *message;
+    } cases[] = {
         {31, 4, 2040, 0, 0, 0, 0, kDateCond, kBadDate},
         {0, 1, 1800, 0, 0, 0, 0, kDateCond, kBadDate},
         {32, 12, -300, 0, 0, 0, 0, kDateCond, kBadDate},
@@ -37,7 +80,7 @@ TEST(DateTimeCompose, RefusedInputKeepsTheValueAndReportsOnce) {
         {1, 1, 2100, 0, 60, 0, 0, kTimeCond, kBadTime},
         {1, 1, 1900, 0, 0, 62, 0, kTimeCond, kBadTime},
         {1, 1, 1900, 0, 0, 0, 1000, kTimeCond, kBadTime},
-        {1, 1, 2000, 24, 0, 0, 0, kTimeCond, kBadTime},  // runtime path
+        {1, 1, 2000, 24, 0, 0, 0, kTimeCond, kBadTime},   // runtime path
         {0, 14, 1900, 99, 0, 0, 0, kTimeCond, kBadTime},  // a bad time before a bad date
         // The result would not fit 64-bit milliseconds.
         {1, 1, INT_MAX, 0, 0, 0, 0, L"fits", kBadDate},
@@ -103,9 +146,14 @@ TEST(DateTimeCompose, CurrentMonthAndYearStandIn) {
 // dates outside 1970..2037 get no daylight saving.
 TEST(DateTimeCompose, FollowsTheLocalZoneBetweenCalls) {
     DiagCapture diag;
-    struct { const char *name; long long offset; } zones[] = {
-        {"Europe/Prague", 3600}, {"America/New_York", -18000}, {"Asia/Kolkata", kKolkata},
-        {"UTC", 0}, {"Europe/Prague", 3600}};
+    struct {
+        const char *name;
+        long long offset;
+    } zones[] = {{"Europe/Prague", 3600},
+                 {"America/New_York", -18000},
+                 {"Asia/Kolkata", kKolkata},
+                 {"UTC", 0},
+                 {"Europe/Prague", 3600}};
     ZoneScope outer("Asia/Tokyo");
     EXPECT_EQ(compose(1, 7, 2040, 12).GetValue(), civilMs(2040, 7, 1, 12, 0, 0, 0, 32400));
     for (const auto &z : zones) {
@@ -119,6 +167,64 @@ TEST(DateTimeCompose, FollowsTheLocalZoneBetweenCalls) {
     }
     EXPECT_EQ(compose(1, 7, 2040, 12).GetValue(), civilMs(2040, 7, 1, 12, 0, 0, 0, 32400));
     EXPECT_EQ(diag.count(), 0u);
+}
+
+// The edges of the runtime range in zones with and without daylight saving: the last
+// millisecond before 1970 and the first one from 2038-01-19 03:14:07 on are the own path's, the
+// others the runtime's; all break down like the civil calendar.
+TEST(DateTimeCompose, EdgesOfTheRuntimeRange) {
+    DiagCapture diag;
+    for (const char *name : {"UTC", "Asia/Kolkata", "America/New_York", "Europe/Prague"}) {
+        ZoneScope zone(name);
+        const long long offset = DT::TimeZone(DT::Local).GetOffset();
+        int failures = 0;
+        for (long long v :
+             {-kDay, -1LL, 0LL, 999LL, kStdRangeEnd - 1, kStdRangeEnd, kStdRangeEnd + kDay}) {
+            const long long local = v + offset * 1000;
+            // Inside the range the runtime applies daylight saving, which these zones lack then.
+            if (v >= 0 && v < kStdRangeEnd && local >= 0 && local < kStdRangeEnd &&
+                at(v).IsDST() == 1)
+                continue;
+            expectCivil(at(v).GetTm(), v, offset, name, failures);
+            expectCivil(at(v).GetTm(DT::TimeZone(DT::UTC_P9_30)), v, 34200, name, failures);
+        }
+    }
+    EXPECT_EQ(diag.count(), 0u);
+}
+
+// Every day from the first numbered day to the year 10000 (years 1970..2037 belong to the
+// runtime), with a time of day that walks through hours, minutes, seconds and milliseconds, in a
+// zone with a half-hour offset: the fields compose to the civil calendar's value, and that value
+// breaks down to the same fields, weekday and day of year included.
+TEST(DateTimeCompose, EveryOwnPathDayBothWays) {
+    ZoneScope zone("Asia/Kolkata");
+    DiagCapture diag;
+    const sys_days first = year{-4713} / November / 24, last = year{10000} / January / 1;
+    int failures = 0;
+    long long checked = 0;
+    for (sys_days d = first; d < last && failures < 10; d += days{1}) {
+        const year_month_day ymd{d};
+        const int y = static_cast<int>(ymd.year());
+        if (y >= 1970 && y <= 2037) continue;
+        const long long k = (d - first).count();
+        const int h = k * 7 % 24, mi = k % 60, s = k * 13 % 60, ms = k * 37 % 1000;
+        const int m = static_cast<unsigned>(ymd.month()), dd = static_cast<unsigned>(ymd.day());
+        const long long want = civilMs(y, m, dd, h, mi, s, ms, kKolkata);
+        const long long got = compose(dd, m, y, h, mi, s, ms).GetValue();
+        if (got != want) {
+            ADD_FAILURE() << y << "-" << m << "-" << dd << " " << h << ":" << mi << ":" << s << "."
+                          << ms << ": composed " << got << " != " << want;
+            ++failures;
+        }
+        if (want < 0 || want >= kStdRangeEnd)
+            expectCivil(at(want).GetTm(), want, kKolkata, "every day", failures);
+        ++checked;
+    }
+    EXPECT_GT(checked, 5000000);
+    EXPECT_EQ(diag.count(), 0u);
+    // The millisecond before the first numbered day is out of range.
+    EXPECT_EQ(at(civilMs(-4713, 11, 24, 0, 0, 0, 0, kKolkata) - 1).GetTm().mon, DT::Inv_Month);
+    EXPECT_EQ(diag.assertionsContaining(L"JDN out of range"), 1u);
 }
 
 }  // namespace

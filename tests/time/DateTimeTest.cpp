@@ -2,6 +2,7 @@
 // calendar arithmetic, week numbering, navigation, comparisons and the failure reports.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -109,7 +110,7 @@ TEST(DateTimePaths, FirstHoursOf1970EastOfGreenwichFailInTheRuntime) {
     EXPECT_EQ(target.GetValue(), 42);
 }
 
-TEST(DateTimePaths, ExtremeValuesNeverCrash) {
+TEST(DateTimePaths, ExtremeValuesBreakDownOrReport) {
     ZoneScope zone("Asia/Kolkata");
     DiagCapture diag;
     EXPECT_EQ(at(INT64_MIN).GetTm().mon, DT::Inv_Month);
@@ -121,20 +122,7 @@ TEST(DateTimePaths, ExtremeValuesNeverCrash) {
     diag.clear();
     EXPECT_EQ(at(INT64_MAX - 1).GetTm().mon, DT::Inv_Month);
     EXPECT_EQ(diag.assertionsContaining(L"JDN out of range"), 1u);
-    for (long long v : {LLONG_MIN, LLONG_MIN + 1, LLONG_MAX - 1, -1LL, 0LL}) {
-        DT dt = at(v);
-        at(v).SetMillisecond(999);  // the second's start may lie below the 64-bit range
-        dt.GetWeekOfMonth();
-        dt.IsDST();
-        dt.Add(CKrTimeSpan(INT64_MAX));
-        dt.Add(CKrDateSpan(INT32_MAX, INT32_MAX, INT32_MAX, INT32_MAX));
-        dt.Add(CKrDateSpan(INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN));
-        dt.SetToTheWeek(65535, DT::Sat);
-        dt.SetToWeekDay(DT::Mon, INT32_MIN, DT::Feb, 2020);
-        at(v).IsEqualUpTo(at(~v), CKrTimeSpan(INT64_MAX));
-        at(v).IsSameDate(at(~v));
-        at(v).MakeTimezone(DT::UTC_P12);
-    }
+    // Every other operation on such values only has to survive: the datetime fuzz target's.
 }
 
 TEST(DateTimeZones, DaylightSavingBoundariesFollowTheRuntime) {
@@ -398,8 +386,13 @@ TEST(DateTimeCompare, OrderingToleranceAndInvalidOperands) {
 }
 
 TEST(DateTimeCalendar, LeapYearsDayCountsYearHelpersAndStepping) {
-    for (int y : {2000, -4, 0}) EXPECT_TRUE(DT::IsLeapYear(y)) << y;
-    for (int y : {1900, -100}) EXPECT_FALSE(DT::IsLeapYear(y)) << y;
+    // Every year the civil calendar knows, negative ones included: leap years, February lengths.
+    for (int y = -32767; y <= 32767; ++y) {
+        const std::chrono::year civil{y};
+        const unsigned february = unsigned((civil / std::chrono::February / std::chrono::last).day());
+        ASSERT_EQ(DT::IsLeapYear(y), civil.is_leap()) << y;
+        ASSERT_EQ(DT::GetNumberOfDays(DT::Feb, y), static_cast<int>(february)) << y;
+    }
     EXPECT_TRUE(DT::IsLeapYear(1900, DT::Julian));
     EXPECT_EQ(DT::GetNumberOfDays(2024), 366);
     EXPECT_EQ(DT::GetNumberOfDays(DT::Feb, 2100), 28);

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <string>
 
-#include "list_test_util.h"
+#include "ListTestSupport.h"
 #include "variant/CKrVariant.h"
 
 namespace {

@@ -54,6 +54,18 @@ TEST(VariantChildren, AppendInsertIndexAndLookup) {
     self.Append(self);
     ASSERT_EQ(self.GetCount(), 2);
     EXPECT_EQ(self[1].GetCount(), 1);
+    // Moving a variant into its own descendant copies it the same way: the tree stays a tree.
+    CKrVariant nest;
+    nest.Append(CKrVariant(1, L"x"));
+    nest.Append(CKrVariant()).Append(CKrVariant(2, L"y"));
+    nest[1].Append(std::move(nest));
+    ASSERT_EQ(nest.GetCount(), 2);
+    ASSERT_EQ(nest[1].GetCount(), 2);
+    EXPECT_EQ(nest[1][1].GetCount(), 2);  // nest as it was before the append
+    EXPECT_EQ(nest[1][1][1].GetCount(), 1);
+    CKrVariant moved(3, L"m");
+    nest[1].Append(std::move(moved));  // an unrelated item is still moved
+    EXPECT_EQ(nest[1].GetCount(), 3);
 
     CKrVariant tree = sampleTree();
     EXPECT_EQ(tree.IndexOf(L"flags"), 2);

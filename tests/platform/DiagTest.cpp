@@ -1,6 +1,10 @@
 // Diagnostics reach an installed handler with kind, condition, formatted message, source, line.
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
 #include "common/DiagCapture.h"
 #include "platform/KrPlatform.h"
 
@@ -62,7 +66,8 @@ TEST(Diagnostics, NestedCapturesAndHandlerReplacement) {
 
     // A handler of one's own receives its user pointer; setting returns the previous handler.
     struct Counter {
-        static void handle(void *user, int, const wchar_t *, const wchar_t *, const wchar_t *, int) {
+        static void handle(void *user, int, const wchar_t *, const wchar_t *, const wchar_t *,
+                           int) {
             ++*static_cast<int *>(user);
         }
     };
@@ -84,4 +89,35 @@ TEST(Diagnostics, NullFormatAndSourceDoNotCrash) {
     ASSERT_EQ(records.size(), 1u);
     EXPECT_EQ(records[0].message, L"");
     EXPECT_EQ(records[0].source, L"");
+}
+
+TEST(Diagnostics, EightBitArgumentsReachTheMessage) {
+    DiagCapture capture;
+    KR_REPORTW(L"cond", L"tests/Diag", L"Error: no file %hs", "caf\xe9.xml");
+    EXPECT_TRUE(expectReport(capture, L"Error: no file caf\u00e9.xml", L"cond", L"tests/Diag"));
+}
+
+// Without a handler the reports go to standard error, as ORVIK_DIAG says.  The mode is read once
+// per process, so each case runs in a child process started afresh (threadsafe death tests).
+TEST(DiagnosticsDefaultOutput, LineFormatQuietAndAbort) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto reportWith = [](const char *mode, bool thenExit) {
+        if (mode)
+            setenv("ORVIK_DIAG", mode, 1);
+        else
+            unsetenv("ORVIK_DIAG");
+        KR_SetDiagHandler(nullptr, nullptr);
+        DiagOutputExW(L"tests/Run", 3, L"running %d", 1);
+        DiagAssertW(L"a < b", L"tests/Diag", 12, L"Error: %hs", "caf\xe9");
+        std::fputs("end", stderr);
+        if (thenExit) std::exit(0);
+    };
+    EXPECT_EXIT(reportWith(nullptr, true), testing::ExitedWithCode(0),
+                "^orvik: tests/Run\\(3\\): running 1\n"
+                "orvik: tests/Diag\\(12\\): Error: caf\xc3\xa9 \\[a < b\\]\nend$");
+    EXPECT_EXIT(reportWith("quiet", true), testing::ExitedWithCode(0), "^end$");
+    // abort: the running diagnostic passes, the assertion is printed and then aborts.
+    EXPECT_EXIT(reportWith("abort", false), testing::KilledBySignal(SIGABRT),
+                "^orvik: tests/Run\\(3\\): running 1\norvik: tests/Diag\\(12\\): Error: "
+                "caf\xc3\xa9 \\[a < b\\]\n$");
 }

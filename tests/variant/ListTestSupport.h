@@ -1,6 +1,6 @@
 // Shared helpers of the keyed-list tests and the threaded variant tests.
-#ifndef ORVIK_TESTS_VARIANT_LIST_TEST_UTIL_H
-#define ORVIK_TESTS_VARIANT_LIST_TEST_UTIL_H
+#ifndef ORVIK_TESTS_VARIANT_LISTTESTSUPPORT_H
+#define ORVIK_TESTS_VARIANT_LISTTESTSUPPORT_H
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "common/DiagCapture.h"
-#include "list_test_util.h"
+#include "ListTestSupport.h"
 #include "variant/CKrList.h"
 
 using Key = CKrList::CKrKey;

@@ -3,7 +3,7 @@
 
 #include <set>
 
-#include "list_test_util.h"
+#include "ListTestSupport.h"
 #include "variant/CKrList.h"
 
 namespace {

@@ -1,8 +1,8 @@
 // Internal scanning core of the JSON classes.  Works on (pointer, length) views so that the
 // readers and queries never copy a text to look at it; the public static scanners of CKrJson are
 // thin wrappers over these.  Nothing here recurses: nesting is counted, never descended.
-#ifndef ORVIK_JSON_JSONSCAN_H
-#define ORVIK_JSON_JSONSCAN_H
+#ifndef ORVIK_JSON_INTERNAL_JSONSCAN_H
+#define ORVIK_JSON_INTERNAL_JSONSCAN_H
 
 #include <cstddef>
 #include <string>
@@ -13,7 +13,7 @@
 #include "json/CKrJsonObject.h"
 #include "strings/CKrStringW.h"
 
-namespace krjson {
+namespace orvik::detail::json {
 
 using Msg = wchar_t const *;  // a static message text, or null
 
@@ -108,6 +108,9 @@ bool queryDouble(Text t, double *value, Msg *msg);
 bool queryInteger(Text t, int *value, Msg *msg);
 bool queryString(Text t, CKrStringW *value, Msg *msg);
 
-}  // namespace krjson
+}  // namespace orvik::detail::json
+
+// The short name the json/ sources use for the helpers above.
+namespace jsd = orvik::detail::json;
 
 #endif

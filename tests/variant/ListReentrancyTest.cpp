@@ -3,7 +3,7 @@
 // touches a node freed by its own callback.
 #include <gtest/gtest.h>
 
-#include "list_test_util.h"
+#include "ListTestSupport.h"
 #include "variant/CKrList.h"
 
 namespace {

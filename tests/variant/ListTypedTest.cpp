@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "common/DiagCapture.h"
-#include "list_test_util.h"
+#include "ListTestSupport.h"
 #include "variant/CKrListTyped.h"
 
 namespace {

@@ -1,13 +1,13 @@
 // Member table of CKrJsonObject: insertion, lookup by name and name order.
-#ifndef ORVIK_JSON_JSONMEMBERS_H
-#define ORVIK_JSON_JSONMEMBERS_H
+#ifndef ORVIK_JSON_INTERNAL_JSONMEMBERS_H
+#define ORVIK_JSON_INTERNAL_JSONMEMBERS_H
 
 #include <string_view>
 #include <vector>
 
 #include "json/CKrJsonObject.h"
 
-namespace krjson {
+namespace orvik::detail::json {
 
 // Prepares the index for `count` members without rehashing.
 void membersReserve(KrJsonMemberTable &table, size_t count, size_t nameUnits, size_t textUnits);
@@ -27,6 +27,6 @@ inline std::wstring_view memberText(KrJsonMemberTable const &t, size_t index) {
     return std::wstring_view(t.texts.data() + e.text, e.textLength);
 }
 
-}  // namespace krjson
+}  // namespace orvik::detail::json
 
 #endif
