@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "json/JsonScan.h"
+#include "json/internal/JsonScan.h"
 #include "types/Base64Coder.h"
 #include "types/CKrByteArray.h"
 #include "variant/CKrListVariant.h"
@@ -299,7 +299,7 @@ struct Frame {
 
 class Reader {
 public:
-    explicit Reader(krjson::Text t) : m_t(t) {}
+    explicit Reader(jsd::Text t) : m_t(t) {}
 
     bool document(std::unique_ptr<CKrVariant> &root) {
         skip();
@@ -565,15 +565,15 @@ private:
     }
 
     bool scalar(Frame &f) {
-        krjson::Msg msg = nullptr;
+        jsd::Msg msg = nullptr;
         f.valueAt = m_i;
         wchar_t const c = peek();
         ptrdiff_t len = 0;
         if (c == L'"') {
-            len = krjson::scanString(m_t, m_i, &msg);
+            len = jsd::scanString(m_t, m_i, &msg);
             f.valueToken = Token::String;
         } else if (c == L'-' || (c >= L'0' && c <= L'9')) {
-            len = krjson::scanNumber(m_t, m_i, nullptr, nullptr, &msg);
+            len = jsd::scanNumber(m_t, m_i, nullptr, nullptr, &msg);
             f.valueToken = Token::Number;
         } else if (literal(L"true")) {
             len = 4, f.valueToken = Token::True;
@@ -640,8 +640,8 @@ private:
     bool memberName(std::wstring &key) {
         m_keyAt = m_i;
         if (peek() != L'"') return fail(kErrName);
-        krjson::Msg msg = nullptr;
-        ptrdiff_t const len = krjson::scanString(m_t, m_i, &msg);
+        jsd::Msg msg = nullptr;
+        ptrdiff_t const len = jsd::scanString(m_t, m_i, &msg);
         if (len <= 0) return fail(msg ? msg : kErrName);
         key = decodeString(m_t.p + m_i + 1, static_cast<size_t>(len) - 2);
         m_i += static_cast<size_t>(len);
@@ -653,8 +653,8 @@ private:
 
     bool stringValue(std::wstring &value) {
         if (peek() != L'"') return fail(kErrString);
-        krjson::Msg msg = nullptr;
-        ptrdiff_t const len = krjson::scanString(m_t, m_i, &msg);
+        jsd::Msg msg = nullptr;
+        ptrdiff_t const len = jsd::scanString(m_t, m_i, &msg);
         if (len <= 0) return fail(msg ? msg : kErrString);
         value = decodeString(m_t.p + m_i + 1, static_cast<size_t>(len) - 2);
         m_i += static_cast<size_t>(len);
@@ -687,7 +687,7 @@ private:
         return nullptr;
     }
 
-    krjson::Text m_t;
+    jsd::Text m_t;
     size_t m_i = 0;
     size_t m_keyAt = 0;
     wchar_t const *m_message = nullptr;
@@ -720,7 +720,7 @@ int CKrVariantJson::VariantFromJson(CKrVariant &target, CKrStringW const &text, 
 
 int CKrVariantJson::VariantFromJson(CKrVariant &target, wchar_t const *text, size_t length,
                                     CKrStringW *error, kr_uint64 *errorOffset) {
-    Reader reader(krjson::Text{text ? text : L"", text ? length : 0});
+    Reader reader(jsd::Text{text ? text : L"", text ? length : 0});
     std::unique_ptr<CKrVariant> root;
     if (!reader.document(root)) {
         if (error) *error = CKrStringW(reader.message());
