@@ -124,7 +124,7 @@ fuzz)
     seconds=${1:-20}
     CC=clang CXX=clang++ configure build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
         -DORVIK_SANITIZE=address+undefined -DORVIK_BUILD_FUZZERS=ON -DORVIK_BUILD_TESTS=OFF \
-        -DORVIK_BUILD_EXAMPLES=OFF -DORVIK_WERROR=OFF
+        -DORVIK_BUILD_EXAMPLES=OFF -DORVIK_BUILD_TOOLS=OFF -DORVIK_WERROR=OFF
     cmake --build build-fuzz -j"$JOBS"
     passed=0; failed=0
     for exe in build-fuzz/fuzz/fuzz_*; do
@@ -147,7 +147,7 @@ fuzz)
 bench)
     install_packages "${PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
     configure build-bench -DCMAKE_BUILD_TYPE=Release -DORVIK_BUILD_BENCHMARKS=ON -DORVIK_WERROR=OFF \
-        -DORVIK_BUILD_TESTS=OFF -DORVIK_BUILD_EXAMPLES=OFF
+        -DORVIK_BUILD_TESTS=OFF -DORVIK_BUILD_EXAMPLES=OFF -DORVIK_BUILD_TOOLS=OFF
     cmake --build build-bench -j"$JOBS" --target orvik_bench
     if [ $# -gt 0 ]; then
         build-bench/bench/orvik_bench --benchmark_filter="$1"
