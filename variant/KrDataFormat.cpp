@@ -162,7 +162,7 @@ SKrDataFormat KrDataFormat::Detect(void const *data, kr_uint64 size) {
     }
     if (size >= 4 && std::memcmp(b, "LV00", 4) == 0) {  // a saved plain buffer
         result.format = EKrDataFormat::LiteVariant;
-        result.markSize = kSavedHead;
+        result.markSize = static_cast<kr_uint32>(size < kSavedHead ? size : kSavedHead);
         return result;
     }
     if (looksLikeLiteVariant(b, size)) {

@@ -48,7 +48,8 @@ struct SKrDataFormat {
     EKrDataFormat format = EKrDataFormat::Unknown;
     EKrTextEncoding encoding = EKrTextEncoding::None;  // None for the binary forms
     // Bytes in front of the data: a text's byte-order mark (0, 2 or 3), or the 12-byte head of
-    // a saved lite variant ("LV00" and its size; the head may be cut in a damaged file).
+    // a saved lite variant ("LV00" and its size; fewer when a damaged file ends inside it).
+    // Never more than the data.
     kr_uint32 markSize = 0;
 };
 

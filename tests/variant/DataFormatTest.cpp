@@ -61,7 +61,7 @@ TEST(DataFormat, DetectsEveryForm) {
          EKrTextEncoding::None, 0},
         {"saved file", "LV00" + std::string(1, char(level.size())) + std::string(7, '\0') + level,
          EKrDataFormat::LiteVariant, EKrTextEncoding::None, 12},
-        {"saved file head cut", "LV00", EKrDataFormat::LiteVariant, EKrTextEncoding::None, 12},
+        {"saved file head cut", "LV00\x08", EKrDataFormat::LiteVariant, EKrTextEncoding::None, 5},
         {"envelope mark only", "LV0Z", EKrDataFormat::LiteVariantZ, EKrTextEncoding::None, 0},
         {"variant xml", "<variant version=\"1.0\"><a/></variant>", EKrDataFormat::VariantXml,
          EKrTextEncoding::Utf8, 0},
