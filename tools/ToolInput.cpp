@@ -5,13 +5,10 @@
 #include <cstring>
 
 #include "json/CKrVariantJson.h"
+#include "serializerxml/CKrSerializerXMLString.h"
 #include "tools/ToolText.h"
 #include "types/CKrByteArray.h"
 #include "variant/CKrListVariant.h"
-#if __has_include("serializerxml/CKrSerializerXMLString.h")
-#include "serializerxml/CKrSerializerXMLString.h"
-#define ORVIK_TOOL_HAS_XML_READER 1
-#endif
 
 namespace orvik::tool {
 namespace {
@@ -202,7 +199,6 @@ CKrVariant loadVariant(Input &in) {
             return v;
         }
         case EKrDataFormat::VariantXml: {
-#ifdef ORVIK_TOOL_HAS_XML_READER
             CKrStringW const text = inputText(in);
             CKrVariant v;
             lastDiagnostic().clear();
@@ -213,10 +209,6 @@ CKrVariant loadVariant(Input &in) {
                     name + ": not a well-formed XML form of a variant" +
                         (lastDiagnostic().empty() ? "" : " (" + lastDiagnostic() + ")"));
             return v;
-#else
-            throw ToolError(kExitMalformed,
-                            name + ": this build cannot read the XML form of a variant");
-#endif
         }
         case EKrDataFormat::Xml:
             throw ToolError(kExitMalformed,

@@ -15,21 +15,15 @@
 #include "json/CKrJsonObject.h"
 #include "json/CKrVariantJson.h"
 #include "platform/KrPlatform.h"
+#include "serializerxml/CKrSerializerXMLString.h"
 #include "strings/CKrAlloc.h"
 #include "tools/ToolInput.h"
 #include "tools/ToolLvLayout.h"
 #include "tools/ToolText.h"
 #include "tools/ToolTree.h"
-#include "xmltree/CKrXMLTree.h"
-#if __has_include("variant/CKrLiteVariantW.h")
 #include "variant/CKrLiteVariantR.h"
 #include "variant/CKrLiteVariantW.h"
-#define ORVIK_TOOL_HAS_LITE_VARIANT 1
-#endif
-#if __has_include("serializerxml/CKrSerializerXMLString.h")
-#include "serializerxml/CKrSerializerXMLString.h"
-#define ORVIK_TOOL_HAS_XML_SERIALIZER 1
-#endif
+#include "xmltree/CKrXMLTree.h"
 
 using namespace orvik::tool;
 
@@ -257,7 +251,6 @@ int runVerify(Common const &c) {
     std::string detail;
     if (isLite(f)) {
         LvLayout const &layout = layoutOf(in);
-#ifdef ORVIK_TOOL_HAS_LITE_VARIANT
         // Refused when the reader's own check or the layout decoder finds a fault; the
         // decoder's message (which names the field) is preferred.
         CKrLiteVariantR reader;
@@ -274,7 +267,6 @@ int runVerify(Common const &c) {
             throw ToolError(kExitMalformed, name + ": malformed lite variant at offset " +
                                                 std::to_string(fault) + layout.where() +
                                                 ": refused by the reader");
-#endif
         if (!layout.wellFormed)
             throw ToolError(kExitMalformed, name + ": malformed lite variant at offset " +
                                                 std::to_string(layout.faultOffset) +
@@ -369,18 +361,13 @@ int runConvert(Common const &c, std::string const &outPath, std::string to) {
         v.Write(text);
         bytes = utf16le(L"\uFEFF<?xml version=\"1.0\" encoding=\"UTF-16\"?>" + text.GetStdString());
     } else if (to == "xml8") {
-#ifdef ORVIK_TOOL_HAS_XML_SERIALIZER
         CKrStringA text;
         CKrVariant parameters = CKrVariant::CreateStruct(
             CKrStringW(L"parameters"), {CKrVariant(static_cast<void *>(&text), L"stringUTF8")});
         CKrSerializerXMLString serializer;
         serializer.Save(v, parameters);
         bytes.assign(text.GetString(), text.GetLength());
-#else
-        throw ToolError(kExitUsage, "this build cannot write UTF-8 XML (no XML serializer)");
-#endif
     } else if (to == "lv" || to == "lvz") {
-#ifdef ORVIK_TOOL_HAS_LITE_VARIANT
         CKrLiteVariantW writer;
         bool const wrapper = v.GetCount() >= 0 && v.GetName().GetLength() == 0 &&
                              v.GetRunType().GetName() == "CKrListVariant";
@@ -416,9 +403,6 @@ int runConvert(Common const &c, std::string const &outPath, std::string to) {
                 bytes += static_cast<char>((reader.GetSize() >> (8 * k)) & 0xFF);
         }
         bytes.append(static_cast<char const *>(reader.GetPointer()), reader.GetSize());
-#else
-        throw ToolError(kExitUsage, "this build cannot write lite variants");
-#endif
     } else {
         throw ToolError(kExitUsage,
                         "unknown output format \"" + to + "\" (lv, lvz, xml, xml8, json)");
