@@ -7,6 +7,7 @@
 #   ./build.sh tsan        tests in a ThreadSanitizer build
 #   ./build.sh fuzz [S]    every libFuzzer target for S seconds (default 20), clang build
 #   ./build.sh bench [F]   the benchmark program (optional Google Benchmark filter F)
+#   ./build.sh format [check]  clang-format every C++ file in place, or only list those that differ
 #   ./build.sh deps        only install missing Debian packages
 #
 # Missing Debian packages are installed when run as root.  Build folders: build/, build-asan/,
@@ -19,8 +20,9 @@ export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$ROOT}
 TSAN_FOLDERS="platform strings types variant events"
 
 PACKAGES=(cmake ninja-build g++ pkg-config libexpat1-dev zlib1g-dev qt6-base-dev libgtest-dev
-          libgmock-dev libbenchmark-dev clang libclang-rt-14-dev tzdata libcli11-dev)
-BENCH_PACKAGES=(libb64-dev nlohmann-json3-dev rapidjson-dev libpugixml-dev libtinyxml2-dev)
+          libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format tzdata libcli11-dev)
+BENCH_PACKAGES=(libb64-dev nlohmann-json3-dev rapidjson-dev libpugixml-dev libtinyxml2-dev libboost-dev
+                libmsgpack-cxx-dev libflatbuffers-dev)
 
 install_packages() {
     local missing=()
@@ -75,6 +77,20 @@ run_tests() {  # run_tests DIR LABEL
 cmd=${1:-test}
 shift || true
 case "$cmd" in
+format)
+    # The tree follows its .clang-format; `check` changes nothing and fails when a file differs.
+    install_packages clang-format
+    mapfile -t files < <(git ls-files '*.cpp' '*.h')
+    if [ "${1:-}" = check ]; then
+        mapfile -t bad < <(for f in "${files[@]}"; do
+            clang-format --dry-run --Werror "$f" >/dev/null 2>&1 || echo "$f"; done)
+        printf 'differs from .clang-format: %s\n' "${bad[@]}" | grep -v ': $' || true
+        echo "format: $(( ${#files[@]} - ${#bad[@]} )) passed, ${#bad[@]} failed"
+        [ ${#bad[@]} -eq 0 ]
+    else
+        clang-format -i "${files[@]}"
+    fi
+    ;;
 deps)
     install_packages "${PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
     ;;
@@ -156,7 +172,7 @@ bench)
     fi
     ;;
 *)
-    sed -n '2,14p' "$0"
+    sed -n '2,15p' "$0"
     exit 2
     ;;
 esac

@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 static void runFile(const std::filesystem::path &path, size_t &count) {
     std::ifstream in(path, std::ios::binary);
-    std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)),
+                               std::istreambuf_iterator<char>());
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
     ++count;
 }
@@ -32,9 +33,18 @@ int main(int argc, char **argv) {
         auto number = [&](unsigned long &out) {
             if (i + 1 < argc) out = std::strtoul(argv[++i], nullptr, 10);
         };
-        if (std::strcmp(argv[i], "--random") == 0) { number(random); continue; }
-        if (std::strcmp(argv[i], "--seed") == 0) { number(seed); continue; }
-        if (std::strcmp(argv[i], "--max-len") == 0) { number(maxLen); continue; }
+        if (std::strcmp(argv[i], "--random") == 0) {
+            number(random);
+            continue;
+        }
+        if (std::strcmp(argv[i], "--seed") == 0) {
+            number(seed);
+            continue;
+        }
+        if (std::strcmp(argv[i], "--max-len") == 0) {
+            number(maxLen);
+            continue;
+        }
         std::filesystem::path p(argv[i]);
         std::error_code ec;
         if (std::filesystem::is_directory(p, ec)) {

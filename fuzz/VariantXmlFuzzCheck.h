@@ -18,7 +18,8 @@ inline bool holdsReferenceText(CKrVariant const &v) {
     bool found = false;
     CKrVariant const *hit = const_cast<CKrVariant &>(v).SearchRecursive([&found](CKrVariant const *n) {
         if (n->GetRunType() != CKrVariantRunType("CKrStringW")) return false;
-        std::wstring const &s = n->GetCKrStringW().GetStdString();
+        CKrStringW const text = n->GetCKrStringW();
+        std::wstring const &s = text.GetStdString();
         found = s.find(L"&#") != std::wstring::npos || (!s.empty() && s.back() == L'&');
         return found;
     });

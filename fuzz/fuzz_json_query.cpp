@@ -40,7 +40,8 @@ void checkItem(CKrJsonArray const &a, int i) {
         CKrJsonObject back;
         JSON_FUZZ_CHECK(CKrJson::readObjectFromString(o.toString(), &back, nullptr));
     }
-    if (isArray && !arr.isEmpty()) JSON_FUZZ_CHECK(CKrJson::readArrayFromString(arr.toString(), nullptr, nullptr));
+    if (isArray && !arr.isEmpty())
+        JSON_FUZZ_CHECK(CKrJson::readArrayFromString(arr.toString(), nullptr, nullptr));
 }
 }  // namespace
 
@@ -71,10 +72,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         for (auto const &name : names) {
             double d = 0;
             int i = 0;
-            if (o.isItemWithNameInteger(name, &i)) JSON_FUZZ_CHECK(o.isItemWithNameDouble(name, &d) && d == i);
+            if (o.isItemWithNameInteger(name, &i))
+                JSON_FUZZ_CHECK(o.isItemWithNameDouble(name, &d) && d == i);
             o.isItemWithNameString(name, nullptr);
             o.isItemWithNameNull(name);
-            JSON_FUZZ_CHECK(!o.isItemWithNameArray(name, nullptr) || !o.isItemWithNameObject(name, nullptr));
+            JSON_FUZZ_CHECK(!o.isItemWithNameArray(name, nullptr) ||
+                            !o.isItemWithNameObject(name, nullptr));
         }
     }
     return 0;

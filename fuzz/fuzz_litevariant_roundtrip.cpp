@@ -3,7 +3,9 @@
 // compressed, and read back.  Checked: the buffer validates; the compressed form inflates to
 // the same bytes; reading in order gives back every item with its type, its name (cut at 255
 // units) and its value; every uniquely named item is found through its level's index at the
-// offset the in-order reading saw; a second top-level level is refused.
+// offset the in-order reading saw, and of equally named items the first written; a second
+// top-level level is refused.  The four-units-at-a-time name comparison agrees with its
+// unit-by-unit reference on every pair of names of a level.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "../variant/internal/LvLayout.h"  // the name order: fast comparison and its reference
 #include "variant/CKrLiteVariantR.h"
 #include "variant/CKrLiteVariantW.h"
 
@@ -152,6 +155,21 @@ void writeProgram(Input in, CKrLiteVariantW &w, Node &root) {
     }
 }
 
+// The fast comparison of stored names against the reference, on two names in stored form.
+void comparePair(std::wstring const &a, std::wstring const &b) {
+    auto storedForm = [](std::wstring const &n) {
+        std::vector<uint8_t> bytes;
+        for (wchar_t c : n) bytes.push_back(uint8_t(c)), bytes.push_back(uint8_t(c >> 8));
+        if (!n.empty() && n.size() < 255) bytes.push_back(0), bytes.push_back(0);
+        return bytes;
+    };
+    std::vector<uint8_t> const sa = storedForm(a), sb = storedForm(b);
+    unsigned const ua = unsigned(sa.size() / 2), ub = unsigned(sb.size() / 2);
+    check(orvik::detail::lvCompareStored(sa.data(), ua, sb.data(), ub) ==
+              orvik::detail::lvCompareStoredPlain(sa.data(), ua, sb.data(), ub),
+          "fast and reference name comparisons differ");
+}
+
 // Reads the children of the current level in order and compares them with `expected`.
 void compareLevel(CKrLiteVariantR &r, std::vector<Node> const &expected) {
     struct Frame {
@@ -165,16 +183,17 @@ void compareLevel(CKrLiteVariantR &r, std::vector<Node> const &expected) {
         Frame &f = stack.back();
         if (f.next == f.nodes->size()) {
             check(!more, "more items than written");
-            // Each uniquely named child is found through the index where reading met it.
-            for (size_t i = 0; i < f.nodes->size(); ++i) {
+            // Each child's name is found through the index: at the first written child of that
+            // name.  (The top has no index; a leading backslash would make a path.)
+            for (size_t i = 0; i < f.nodes->size() && stack.size() > 1; ++i) {
                 std::wstring const &name = (*f.nodes)[i].name;
-                size_t same = 0;
-                for (Node const &o : *f.nodes) same += o.name == name;
-                if (same != 1 || (!name.empty() && name[0] == L'\\')) continue;
-                if (stack.size() > 1) {
-                    r.FirstValue();
-                    check(r.Find(name.c_str()) == f.offsets[i], "index lookup");
-                }
+                size_t first = 0;
+                while ((*f.nodes)[first].name != name) ++first;
+                if (!name.empty() && name[0] == L'\\') continue;
+                r.FirstValue();
+                check(r.Find(name.c_str()) == f.offsets[first], "index lookup");
+                for (size_t j = 0; j < f.nodes->size() && j < 8; ++j)
+                    comparePair(name, (*f.nodes)[j].name);
             }
             stack.pop_back();
             if (!stack.empty()) {

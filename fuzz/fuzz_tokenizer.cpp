@@ -13,8 +13,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const size_t delimiterCount = data[0] % 4;
     if (size < 1 + delimiterCount) return 0;
     std::wstring delimiters, text;
-    for (size_t i = 0; i < delimiterCount; ++i) delimiters += static_cast<wchar_t>(data[1 + i] % 8 + 'a');
-    for (size_t i = 1 + delimiterCount; i < size; ++i) text += static_cast<wchar_t>(data[i] % 8 + 'a');
+    for (size_t i = 0; i < delimiterCount; ++i)
+        delimiters += static_cast<wchar_t>(data[1 + i] % 8 + 'a');
+    for (size_t i = 1 + delimiterCount; i < size; ++i)
+        text += static_cast<wchar_t>(data[i] % 8 + 'a');
 
     CKrStringTokenizer t(text.c_str(), delimiters.c_str());
     std::vector<std::wstring> tokens;

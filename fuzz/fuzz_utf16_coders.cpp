@@ -15,7 +15,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (!units.empty()) std::memcpy(units.data(), data + 1, units.size() * 2);
     if (count == -1) units.push_back(0);  // a terminated input must be terminated
     const size_t available = units.size();
-    const int usable = count == -1 ? -1 : (count > static_cast<int>(available) ? static_cast<int>(available) : count);
+    const int usable =
+        count == -1 ? -1
+                    : (count > static_cast<int>(available) ? static_cast<int>(available) : count);
 
     CKrStringW out;
     const bool ok = CKrStringUtils::UTF16toW(units.data(), usable, out);

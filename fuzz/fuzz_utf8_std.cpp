@@ -73,7 +73,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
     // Byte pairs as UTF-16 units.
     std::wstring units;
-    for (size_t i = 0; i + 1 < size; i += 2) units.push_back(static_cast<wchar_t>(data[i] | (data[i + 1] << 8)));
+    for (size_t i = 0; i + 1 < size; i += 2)
+        units.push_back(static_cast<wchar_t>(data[i] | (data[i + 1] << 8)));
     std::string expectedBytes;
     const bool validUnits = referenceTo(units, expectedBytes);
     CKrStringW w(units);
@@ -84,7 +85,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         check(CKrStringW::FromStdStringUtf8(out).GetStdString() == units);
         // The platform converter stops at the first zero unit; compare up to there.
         const size_t zero = units.find(L'\0');
-        const std::string head = zero == std::wstring::npos ? out : CKrStringW(units.substr(0, zero)).ToStdStringUtf8();
+        const std::string head =
+            zero == std::wstring::npos ? out : CKrStringW(units.substr(0, zero)).ToStdStringUtf8();
         check(CKrStringA::Utf8FromUtf16(units.c_str()).GetStdString() == head);
     } catch (std::range_error const &e) {
         check(!validUnits);

@@ -6,8 +6,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     CKrVariant target(1, L"before");
-    int rc = CKrSerializerXMLString::VariantFromXML_UTF8(target, reinterpret_cast<char const *>(data),
-                                                         static_cast<unsigned>(size));
+    int rc = CKrSerializerXMLString::VariantFromXML_UTF8(
+        target, reinterpret_cast<char const *>(data), static_cast<unsigned>(size));
     sxfuzz::checkStable(rc, target);
     return 0;
 }

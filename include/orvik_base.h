@@ -7,6 +7,7 @@
 
 #include "strings/CKrAlloc.h"
 #include "strings/CKrStringA.h"
+#include "strings/CKrStringT.h"
 #include "strings/CKrStringTokenizer.h"
 #include "strings/CKrStringUtils.h"
 #include "strings/CKrStringW.h"
@@ -29,8 +30,6 @@
 #include "variant/EKrLiteVariantType.h"
 #include "variant/KrDataFormat.h"
 
-#include "xmltree/CKrXMLAttributeMap.h"
-#include "xmltree/CKrXMLMemory.h"
 #include "xmltree/CKrXMLNode.h"
 #include "xmltree/CKrXMLNodeSet.h"
 #include "xmltree/CKrXMLTree.h"

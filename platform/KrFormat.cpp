@@ -481,13 +481,10 @@ bool appendUnsigned(std::basic_string<C> &out, size_t start, Directive const &d,
 
 // ---- the walk ----------------------------------------------------------------------------------
 
-// Appends the formatted text to `out`.  On failure `out` is restored to its previous length.
+// The walk over the format; false at the first directive that fails.
 template <class C>
-bool formatAppend(std::basic_string<C> &out, C const *format, va_list args) {
+bool walkFormat(std::basic_string<C> &out, size_t start, C const *format, va_list &ap) {
     constexpr bool kWideFormat = sizeof(C) == sizeof(wchar_t);
-    size_t const start = out.size();
-    va_list ap;
-    va_copy(ap, args);
     bool ok = true;
     for (C const *p = format; ok && *p;) {
         C const *literal = p;
@@ -586,6 +583,22 @@ bool formatAppend(std::basic_string<C> &out, C const *format, va_list args) {
                 break;
         }
     }
+    return ok;
+}
+
+// Appends the formatted text to `out`.  On failure `out` is restored to its previous length;
+// an allocation failure is a failure like any other (nothing throws across the C interface).
+template <class C>
+bool formatAppend(std::basic_string<C> &out, C const *format, va_list args) {
+    size_t const start = out.size();
+    va_list ap;
+    va_copy(ap, args);
+    bool ok = false;
+    try {
+        ok = walkFormat(out, start, format, ap);
+    } catch (...) {
+        ok = false;
+    }
     va_end(ap);
     if (!ok) out.resize(start);
     return ok;
@@ -608,13 +621,7 @@ template <class C>
 int formatInto(std::basic_string<C> &buffer, C const *format, va_list args) {
     trim(buffer);
     buffer.clear();
-    bool ok = false;
-    try {
-        ok = formatAppend(buffer, format, args);
-    } catch (...) {  // std::bad_alloc: reported as a failed format, never across the C boundary
-        ok = false;
-    }
-    if (!ok) {
+    if (!formatAppend(buffer, format, args)) {
         buffer.clear();
         trim(buffer);
         return -1;

@@ -51,78 +51,60 @@ CKrSerializerXMLString::CKrSerializerXMLString() = default;
 CKrSerializerXMLString::~CKrSerializerXMLString() = default;
 
 int CKrSerializerXMLString::Save(CKrVariant const &source, CKrVariant const &parameters) {
-    if (CKrVariant const *item = parameter(parameters, L"string")) {
-        auto *out = static_cast<CKrStringW *>(pointerOf(*item));
-        if (!out) {
-            KR_ASSERTW(out != nullptr, KR_SERIALIZERXML_SOURCE,
-                       L"Error: CKrSerializerXMLString::Save(), \"string\" holds no pointer!");
-            return -4;
-        }
+    CKrVariant const *wide = parameter(parameters, L"string");
+    CKrVariant const *utf8 = wide ? nullptr : parameter(parameters, L"stringUTF8");
+    void *out = wide ? pointerOf(*wide) : utf8 ? pointerOf(*utf8) : nullptr;
+    KR_ASSERTW(
+        out != nullptr, KR_SERIALIZERXML_SOURCE,
+        L"Error: CKrSerializerXMLString::Save(), no pointer in \"string\" or \"stringUTF8\"!");
+    if (!out) return -4;
+    if (wide) {
         std::wstring text(kWideHead);
         orvik::detail::AppendElementW(text, source, false);
         text += kRootEndW;
-        *out = std::move(text);
-        return 0;
-    }
-    if (CKrVariant const *item = parameter(parameters, L"stringUTF8")) {
-        auto *out = static_cast<CKrStringA *>(pointerOf(*item));
-        if (!out) {
-            KR_ASSERTW(out != nullptr, KR_SERIALIZERXML_SOURCE,
-                       L"Error: CKrSerializerXMLString::Save(), \"stringUTF8\" holds no pointer!");
-            return -4;
-        }
+        *static_cast<CKrStringW *>(out) = std::move(text);
+    } else {
         std::string text(kUtf8Head);
         orvik::detail::AppendElementUtf8(text, source);
         text += kRootEnd;
-        *out = std::move(text);
-        return 0;
+        *static_cast<CKrStringA *>(out) = std::move(text);
     }
-    KR_REPORTW(
-        L"true", KR_SERIALIZERXML_SOURCE,
-        L"Error: CKrSerializerXMLString::Save(), no \"string\" or \"stringUTF8\" parameter!");
-    return -4;
+    return 0;
 }
 
 int CKrSerializerXMLString::Load(CKrVariant &target, CKrVariant const &parameters) {
-    static wchar_t const *const kNoPointer =
-        L"Error: CKrSerializerXMLString::Load(), \"%s\" holds no pointer!";
-    auto rawLength = [&parameters](kr_uint32 &length) {
-        CKrVariant const *item = parameter(parameters, L"rawStringLen");
-        bool ok = false;
-        if (item) length = item->GetKr_uint32(&ok);
-        return ok;
-    };
+    // The text sources in the order they are looked for; the raw ones need "rawStringLen".
     static wchar_t const *const kSources[] = {L"string", L"rawString", L"stringUTF8",
                                               L"rawStringUTF8"};
-    for (int which = 0; which < 4; ++which) {
-        CKrVariant const *item = parameter(parameters, kSources[which]);
-        if (!item) continue;
-        void *p = pointerOf(*item);
-        if (!p) {
-            KR_REPORTW(L"p == nullptr", KR_SERIALIZERXML_SOURCE, kNoPointer, kSources[which]);
-            return -4;
-        }
-        kr_uint32 length = 0;
-        if ((which == 1 || which == 3) && !rawLength(length)) {
-            KR_REPORTW(L"rawStringLen", KR_SERIALIZERXML_SOURCE,
-                       L"Error: CKrSerializerXMLString::Load(), \"%s\" without \"rawStringLen\"!",
-                       kSources[which]);
-            return -9;
-        }
-        switch (which) {
-            case 0:
-                return VariantFromXML(target, *static_cast<CKrStringW const *>(p));
-            case 1:
-                return VariantFromXML(target, static_cast<wchar_t const *>(p), length);
-            case 2:
-                return VariantFromXML_UTF8(target, *static_cast<CKrStringA const *>(p));
-            default:
-                return VariantFromXML_UTF8(target, static_cast<char const *>(p), length);
-        }
+    int which = 0;
+    CKrVariant const *item = nullptr;
+    for (; which < 4 && !item; ++which) item = parameter(parameters, kSources[which]);
+    --which;
+    void *text = item ? pointerOf(*item) : nullptr;
+    KR_ASSERTW(text != nullptr, KR_SERIALIZERXML_SOURCE,
+               L"Error: CKrSerializerXMLString::Load(), no pointer to a text!");
+    if (!text) return -4;
+    bool const raw = which == 1 || which == 3;
+    kr_uint32 length = 0;
+    bool hasLength = false;
+    if (raw) {
+        if (CKrVariant const *len = parameter(parameters, L"rawStringLen"))
+            length = len->GetKr_uint32(&hasLength);
+        KR_ASSERTW(hasLength, KR_SERIALIZERXML_SOURCE,
+                   L"Error: CKrSerializerXMLString::Load(), \"%s\" without \"rawStringLen\"!",
+                   kSources[which]);
+        if (!hasLength) return -9;
     }
-    KR_REPORTW(L"true", KR_SERIALIZERXML_SOURCE,
-               L"Error: CKrSerializerXMLString::Load(), no text parameter!");
-    return -4;
+    switch (which) {
+        case 0:
+            return VariantFromXML(target, *static_cast<CKrStringW const *>(text));
+        case 1:
+            return VariantFromXML(target, static_cast<wchar_t const *>(text), length);
+        case 2:
+            return VariantFromXML_UTF8(target, *static_cast<CKrStringA const *>(text));
+        default:
+            return VariantFromXML_UTF8(target, static_cast<char const *>(text), length);
+    }
 }
 
 int CKrSerializerXMLString::VariantToXML(CKrStringW &out, CKrVariant const &v) {

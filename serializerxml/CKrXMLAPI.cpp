@@ -9,8 +9,17 @@ using orvik::detail::SxReadState;
 
 namespace {
 
+// KR_wcsicmp(name, expected) == 0 for a lower-case ASCII `expected`.  Names of pure ASCII are
+// folded here (towlower folds ASCII the same way); any other unit defers to KR_wcsicmp, whose
+// folding of non-ASCII characters decides.
 bool nameIs(wchar_t const *name, wchar_t const *expected) {
-    return KR_wcsicmp(name, expected) == 0;
+    for (size_t i = 0;; ++i) {
+        wchar_t c = name[i];
+        if (static_cast<kr_uint32>(c) >= 0x80) return KR_wcsicmp(name, expected) == 0;
+        if (c >= L'A' && c <= L'Z') c += L'a' - L'A';
+        if (c != expected[i]) return false;
+        if (c == 0) return true;
+    }
 }
 
 // The target made Null with type change switched on for the call only.
@@ -41,8 +50,15 @@ void startRoot(SxReadState &s, wchar_t const *name, wchar_t const **attributes) 
     s.depth = 0;
 }
 
+// True when RevalidateAttValue could change `value`: it holds "&" or U+DB80.
+bool needsRevalidation(wchar_t const *value) {
+    for (; *value; ++value)
+        if (*value == L'&' || *value == 0xDB80) return true;
+    return false;
+}
+
 void readValue(SxReadState &s, CKrVariant &item, wchar_t const *value) {
-    if (orvik::detail::HoldsStringW(item)) {
+    if (orvik::detail::HoldsStringW(item) && needsRevalidation(value)) {
         s.value.assign(value);
         orvik::detail::RevalidateAttValue(s.value);
         orvik::detail::SetValueText(item, s.value.c_str());

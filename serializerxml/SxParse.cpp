@@ -26,28 +26,26 @@ constexpr size_t kSamplesRemembered = 256;  // enough for any real document, bou
 void XMLCALL onStart(void *user, XML_Char const *name, XML_Char const **atts) {
     auto *s = static_cast<SxReadState *>(user);
     if (s->state != 0) return;
-    size_t total = 0;
+    // Widened into one buffer: the name, then each attribute name and value, each with its zero.
     size_t count = 0;
-    std::basic_string_view<XML_Char> nameView(name);
-    total += nameView.size() + 1;
+    size_t total = std::char_traits<XML_Char>::length(name) + 1;
     for (XML_Char const **a = atts; *a; ++a, ++count)
         total += std::char_traits<XML_Char>::length(*a) + 1;
-    s->attrText.resize(total);
-    wchar_t *dst = s->attrText.data();
+    if (s->attrText.size() < total) s->attrText.resize(total);
+    s->attrs.resize(count + 1);
+    wchar_t *const base = s->attrText.data();
+    wchar_t *dst = base;
     auto widen = [&dst](XML_Char const *src) {
         for (; *src; ++src) *dst++ = static_cast<wchar_t>(*src);
         *dst++ = 0;
     };
     widen(name);
-    for (size_t i = 0; i < count; ++i) widen(atts[i]);
-    s->attrs.resize(count + 1);
-    wchar_t const *p = s->attrText.data() + nameView.size() + 1;
     for (size_t i = 0; i < count; ++i) {
-        s->attrs[i] = p;
-        p += std::char_traits<wchar_t>::length(p) + 1;
+        s->attrs[i] = dst;
+        widen(atts[i]);
     }
     s->attrs[count] = nullptr;
-    CKrXMLAPI::StartElement(s, s->attrText.data(), s->attrs.data());
+    CKrXMLAPI::StartElement(s, base, s->attrs.data());
 }
 
 void XMLCALL onEnd(void *user, XML_Char const *) {
@@ -87,6 +85,15 @@ SxReadState::~SxReadState() {
 }
 
 CKrVariant const *SxReadState::SampleFor(wchar_t const *runType) {
+    // Documents repeat run types: the last one answers most elements without a lookup.
+    if (haveLast && lastRunType == runType) return lastSample;
+    haveLast = true;
+    lastRunType = runType;
+    lastSample = lookUpSample(runType);
+    return lastSample;
+}
+
+CKrVariant const *SxReadState::lookUpSample(wchar_t const *runType) {
     narrow.clear();
     bool ascii = true;
     for (wchar_t const *p = runType; *p; ++p) {
@@ -145,20 +152,38 @@ int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length) {
     SxReadState state(target);
     XML_Parser parser = makeParser(std::endian::native == std::endian::little ? kLE : kBE, state);
     if (!parser) return -3;
-    constexpr size_t kChunk = 32768;  // units per pass; +1 so a pair never splits the space
+    // The whole text goes to expat in one buffer: fed in pieces, an attribute value that spans
+    // them would be scanned again from its start with every piece.  Only texts beyond expat's
+    // int-sized buffers (2^28 units, each with room for two) are split.
+    constexpr size_t kPiece = size_t(1) << 28;
     bool ok = true;
     size_t done = 0;
     do {
-        auto *buffer =
-            static_cast<XML_Char *>(XML_GetBuffer(parser, static_cast<int>((kChunk + 1) * 2)));
+        size_t const want = length - done < kPiece ? length - done : kPiece;
+        // Room for two units per unit (a code point above 0xFFFF becomes a pair) and for a pair
+        // that ends just past the piece.
+        auto *buffer = static_cast<XML_Char *>(
+            XML_GetBuffer(parser, static_cast<int>((2 * want + 2) * sizeof(XML_Char))));
         if (!buffer) {
             ok = false;
             break;
         }
+        size_t const end = done + want;
         size_t n = 0;
-        while (done < length && n < kChunk) {
+        while (done < end) {
             auto c = static_cast<kr_uint32>(text[done]);
-            if (c <= 0xFFFF) {
+            if (c >= 0xD800 && c <= 0xDFFF) {
+                // expat takes any unit after a high surrogate as its partner: pairs are checked
+                // here, so that a lone surrogate fails the read instead of entering the tree.
+                auto next = done + 1 < length ? static_cast<kr_uint32>(text[done + 1]) : 0u;
+                if (c >= 0xDC00 || next < 0xDC00 || next > 0xDFFF) {
+                    ok = false;
+                    break;
+                }
+                buffer[n++] = static_cast<XML_Char>(c);
+                buffer[n++] = static_cast<XML_Char>(next);
+                ++done;
+            } else if (c <= 0xFFFF) {
                 buffer[n++] = static_cast<XML_Char>(c);
             } else if (c <= 0x10FFFF) {
                 c -= 0x10000;

@@ -34,7 +34,9 @@ size_t effectiveAlignment(size_t alignment) {
     return a;
 }
 
-Header *headerOf(void *p) { return reinterpret_cast<Header *>(static_cast<char *>(p) - sizeof(Header)); }
+Header *headerOf(void *p) {
+    return reinterpret_cast<Header *>(static_cast<char *>(p) - sizeof(Header));
+}
 
 void *allocAligned(size_t size, size_t alignment, bool zero) {
     const size_t align = effectiveAlignment(alignment);
@@ -101,7 +103,8 @@ void *CKrAlloc::ReAlloc(void *p, size_t size, unsigned int flags, size_t alignme
     void *q = allocAligned(size, alignment, false);
     if (!q) return nullptr;  // the old block stays valid
     std::memcpy(q, p, oldSize < size ? oldSize : size);
-    if (size > oldSize && (flags & kZeroFill)) std::memset(static_cast<char *>(q) + oldSize, 0, size - oldSize);
+    if (size > oldSize && (flags & kZeroFill))
+        std::memset(static_cast<char *>(q) + oldSize, 0, size - oldSize);
     freeAligned(p);
     return q;
 }

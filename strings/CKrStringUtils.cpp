@@ -152,10 +152,14 @@ bool CKrStringUtils::utf8_check_is_valid(char const *utf8) {
             continue;
         }
         int n;
-        if ((b & 0xE0) == 0xC0) n = 1;
-        else if ((b & 0xF0) == 0xE0) n = 2;
-        else if ((b & 0xF8) == 0xF0) n = 3;
-        else return false;
+        if ((b & 0xE0) == 0xC0)
+            n = 1;
+        else if ((b & 0xF0) == 0xE0)
+            n = 2;
+        else if ((b & 0xF8) == 0xF0)
+            n = 3;
+        else
+            return false;
         if (b == 0xED && (p[1] == 0 || (p[1] & 0xA0) == 0xA0)) return false;
         for (int k = 1; k <= n; ++k) {
             if (p[k] == 0 || (p[k] & 0xC0) != 0x80) return false;  // cut off or not 10xxxxxx

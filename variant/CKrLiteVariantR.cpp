@@ -171,8 +171,9 @@ CKrStringW CKrLiteVariantR::GetCurrentName() {
 
 // The name in the current level: the item at the position when it has the name, else a binary
 // search of the level's index.  Every probe is bounded by the level.
-kr_int64 CKrLiteVariantR::findInLevel(wchar_t const *name) {
-    LvKey const key = lvMakeKey(name);
+kr_int64 CKrLiteVariantR::findInLevel(wchar_t const *name, size_t length) {
+    LvKey key;
+    lvMakeKey(name, length, key);
     kr_uint64 const limit = levelLimit();
     LvItem item;
     if (lvParseHead(m_pData, limit, m_pos, item) &&
@@ -208,28 +209,18 @@ kr_int64 CKrLiteVariantR::findInLevel(wchar_t const *name) {
 
 kr_int64 CKrLiteVariantR::Find(wchar_t const *name) {
     if (!plain() || !name) return -9;
-    if (name[0] != L'\\') return findInLevel(name);
+    if (name[0] != L'\\') return findInLevel(name, std::wcslen(name));
     resetState();
     wchar_t const *component = name + 1;
     for (wchar_t const *slash; (slash = std::wcschr(component, L'\\')) != nullptr;
          component = slash + 1) {
-        // Components are looked up in place: copy each into a small buffer (names are at most
-        // 255 units when stored; longer ones cannot match and fail the lookup).
-        size_t const length = size_t(slash - component);
-        wchar_t part[kLvMaxNameUnits + 2];
-        if (length > kLvMaxNameUnits + 1) {
-            resetState();
-            return -9;
-        }
-        std::wmemcpy(part, component, length);
-        part[length] = 0;
-        kr_int64 const at = findInLevel(part);
+        kr_int64 const at = findInLevel(component, size_t(slash - component));
         if (at < 0 || !pushLevel(kr_uint64(at))) {
             resetState();
             return -9;
         }
     }
-    kr_int64 const at = findInLevel(component);
+    kr_int64 const at = findInLevel(component, std::wcslen(component));
     if (at < 0) resetState();
     return at;
 }
@@ -348,6 +339,14 @@ bool textOf(kr_uint8 const *data, LvItem const &item, CKrStringW &out) {
 
 int textIntoBuffer(kr_uint8 const *data, LvItem const &item, wchar_t *buffer, unsigned units) {
     if (!buffer || units == 0) return -4;
+    if (item.type == krLVT_STRING) {  // straight from the buffer: no string object, no allocation
+        kr_uint64 const length = item.valueBytes / 2 - 1;
+        kr_uint64 const n = length < units - 1 ? length : units - 1;
+        kr_uint8 const *v = data + item.valueOffset;
+        for (kr_uint64 i = 0; i < n; ++i) buffer[i] = wchar_t(v[2 * i] | (v[2 * i + 1] << 8));
+        buffer[n] = 0;
+        return n == length ? 0 : -8;
+    }
     CKrStringW text;
     if (!textOf(data, item, text)) return -9;
     size_t const length = text.GetLength();

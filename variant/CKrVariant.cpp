@@ -27,7 +27,8 @@ T fromDouble(double d) {
     if constexpr (std::is_floating_point_v<T>) {
         return d;
     } else if constexpr (std::is_signed_v<T>) {
-        constexpr double limit = static_cast<double>(std::numeric_limits<T>::max()) + 1.0;  // 2^(N-1)
+        constexpr double limit =
+            static_cast<double>(std::numeric_limits<T>::max()) + 1.0;  // 2^(N-1)
         if (d >= -limit && d < limit) return static_cast<T>(d);
         return std::numeric_limits<T>::min();
     } else {
@@ -45,36 +46,50 @@ T readNumber(CKrVariantData const *data, bool *ok, wchar_t const *failure, size_
     using K = CKrVariantData;
     if (data) {
         switch (data->GetKind()) {
-        case K::krDATA_INT32: return static_cast<T>(static_cast<CKrVariantDataKr_int32 const *>(data)->GetValue());
-        case K::krDATA_UINT32: return static_cast<T>(static_cast<CKrVariantDataKr_uint32 const *>(data)->GetValue());
-        case K::krDATA_INT64: return static_cast<T>(static_cast<CKrVariantDataKr_int64 const *>(data)->GetValue());
-        case K::krDATA_UINT64: return static_cast<T>(static_cast<CKrVariantDataKr_uint64 const *>(data)->GetValue());
-        case K::krDATA_VOIDPTR:
-            return static_cast<T>(reinterpret_cast<uintptr_t>(static_cast<CKrVariantDataVoidPtr const *>(data)->GetValue()));
-        case K::krDATA_DOUBLE: return fromDouble<T>(static_cast<CKrVariantDataDouble const *>(data)->GetValue());
-        case K::krDATA_BOOL: return static_cast<CKrVariantDataBool const *>(data)->GetValue() ? T(1) : T(0);
-        case K::krDATA_STRINGW: {
-            Holder parsed;
-            parsed.SetString(static_cast<CKrVariantDataCKrStringW const *>(data)->GetValue().GetString());
-            if constexpr (std::is_pointer_v<std::remove_cvref_t<decltype(parsed.GetValue())>>)
-                return static_cast<T>(reinterpret_cast<uintptr_t>(parsed.GetValue()));
-            else
-                return static_cast<T>(parsed.GetValue());
-        }
-        case K::krDATA_BYTEARRAY: {
-            CKrByteArray const &bytes = static_cast<CKrVariantDataCKrByteArray const *>(data)->GetValue();
-            if (bytes.GetSize() >= byteCount && bytes.GetData()) {
-                std::remove_cvref_t<decltype(std::declval<Holder>().GetValue())> v;
-                std::memcpy(&v, bytes.GetData(), byteCount);
-                if constexpr (std::is_pointer_v<decltype(v)>)
-                    return static_cast<T>(reinterpret_cast<uintptr_t>(v));
+            case K::krDATA_INT32:
+                return static_cast<T>(
+                    static_cast<CKrVariantDataKr_int32 const *>(data)->GetValue());
+            case K::krDATA_UINT32:
+                return static_cast<T>(
+                    static_cast<CKrVariantDataKr_uint32 const *>(data)->GetValue());
+            case K::krDATA_INT64:
+                return static_cast<T>(
+                    static_cast<CKrVariantDataKr_int64 const *>(data)->GetValue());
+            case K::krDATA_UINT64:
+                return static_cast<T>(
+                    static_cast<CKrVariantDataKr_uint64 const *>(data)->GetValue());
+            case K::krDATA_VOIDPTR:
+                return static_cast<T>(reinterpret_cast<uintptr_t>(
+                    static_cast<CKrVariantDataVoidPtr const *>(data)->GetValue()));
+            case K::krDATA_DOUBLE:
+                return fromDouble<T>(static_cast<CKrVariantDataDouble const *>(data)->GetValue());
+            case K::krDATA_BOOL:
+                return static_cast<CKrVariantDataBool const *>(data)->GetValue() ? T(1) : T(0);
+            case K::krDATA_STRINGW: {
+                Holder parsed;
+                parsed.SetString(
+                    static_cast<CKrVariantDataCKrStringW const *>(data)->GetValue().GetString());
+                if constexpr (std::is_pointer_v<std::remove_cvref_t<decltype(parsed.GetValue())>>)
+                    return static_cast<T>(reinterpret_cast<uintptr_t>(parsed.GetValue()));
                 else
-                    return static_cast<T>(v);
+                    return static_cast<T>(parsed.GetValue());
             }
-            if (ok) *ok = false;
-            return static_cast<T>(-1);
-        }
-        default: break;
+            case K::krDATA_BYTEARRAY: {
+                CKrByteArray const &bytes =
+                    static_cast<CKrVariantDataCKrByteArray const *>(data)->GetValue();
+                if (bytes.GetSize() >= byteCount && bytes.GetData()) {
+                    std::remove_cvref_t<decltype(std::declval<Holder>().GetValue())> v;
+                    std::memcpy(&v, bytes.GetData(), byteCount);
+                    if constexpr (std::is_pointer_v<decltype(v)>)
+                        return static_cast<T>(reinterpret_cast<uintptr_t>(v));
+                    else
+                        return static_cast<T>(v);
+                }
+                if (ok) *ok = false;
+                return static_cast<T>(-1);
+            }
+            default:
+                break;
         }
     }
     if (ok) *ok = false;
@@ -97,17 +112,23 @@ CKrStringW validName(CKrStringW const &name) {
 // A stored name never holds a zero unit (every path that sets one cuts at the first zero), so
 // copying the whole standard string gives what the string's own copy would, without measuring.
 CKrVariant::CKrVariant(RawTag, CKrStringW const &name, CKrVariantData *data, bool enabledTypeChange)
-    : m_ppData(&m_pData), m_pData(data), m_name(name.GetStdString()), m_enabledTypeChange(enabledTypeChange) {}
+    : m_ppData(&m_pData),
+      m_pData(data),
+      m_name(name.GetStdString()),
+      m_enabledTypeChange(enabledTypeChange) {}
 
-CKrVariant::CKrVariant() : m_ppData(&m_pData), m_pData(nullptr), m_name(L"no_name"), m_enabledTypeChange(false) {}
+CKrVariant::CKrVariant()
+    : m_ppData(&m_pData), m_pData(nullptr), m_name(L"no_name"), m_enabledTypeChange(false) {}
 
 // The name parameter is this variant's own copy already: validate it in place and move it in.
-#define KR_VARIANT_CTOR(Type, Holder, Expr)                                                        \
-    CKrVariant::CKrVariant(Type value, CKrStringW name)                                            \
-        : m_ppData(&m_pData), m_pData(nullptr), m_name(std::move(name)),                           \
-          m_enabledTypeChange(false) {                                                             \
-        ValidateName(m_name);                                                                      \
-        m_pData = new Holder(Expr);                                                                \
+#define KR_VARIANT_CTOR(Type, Holder, Expr)             \
+    CKrVariant::CKrVariant(Type value, CKrStringW name) \
+        : m_ppData(&m_pData),                           \
+          m_pData(nullptr),                             \
+          m_name(std::move(name)),                      \
+          m_enabledTypeChange(false) {                  \
+        ValidateName(m_name);                           \
+        m_pData = new Holder(Expr);                     \
     }
 
 KR_VARIANT_CTOR(int, CKrVariantDataKr_int32, value)
@@ -134,7 +155,9 @@ CKrVariant::CKrVariant(CKrVariantRunType const &type, CKrStringW const &name)
 }
 
 CKrVariant::CKrVariant(CKrVariant const &other)
-    : m_ppData(&m_pData), m_pData(nullptr), m_name(other.m_name),
+    : m_ppData(&m_pData),
+      m_pData(nullptr),
+      m_name(other.m_name),
       m_enabledTypeChange(other.m_enabledTypeChange) {
     if (CKrVariantData const *src = other.m_pData) {
         CKrVariantData *data = src->CreateEmpty();
@@ -144,7 +167,9 @@ CKrVariant::CKrVariant(CKrVariant const &other)
 }
 
 CKrVariant::CKrVariant(CKrVariant &&other) noexcept
-    : m_ppData(&m_pData), m_pData(other.m_pData), m_name(std::move(other.m_name)),
+    : m_ppData(&m_pData),
+      m_pData(other.m_pData),
+      m_name(std::move(other.m_name)),
       m_enabledTypeChange(other.m_enabledTypeChange) {
     other.m_pData = nullptr;
 }
@@ -186,28 +211,47 @@ CKrVariant &CKrVariant::assignValue(T const &value) {
         reportTypeChange(__LINE__);
         return *this;
     }
-    CKrVariantData *fresh = new Holder(value);  // made before the old value goes: `value` may live there
+    CKrVariantData *fresh =
+        new Holder(value);  // made before the old value goes: `value` may live there
     CKrVariantData *old = m_pData;
     m_pData = fresh;
     delete old;
     return *this;
 }
 
-CKrVariant &CKrVariant::operator=(int value) { return assignValue<CKrVariantDataKr_int32>(static_cast<kr_int32>(value)); }
-CKrVariant &CKrVariant::operator=(unsigned int value) { return assignValue<CKrVariantDataKr_uint32>(static_cast<kr_uint32>(value)); }
-CKrVariant &CKrVariant::operator=(kr_int64 value) { return assignValue<CKrVariantDataKr_int64>(value); }
-CKrVariant &CKrVariant::operator=(kr_uint64 value) { return assignValue<CKrVariantDataKr_uint64>(value); }
-CKrVariant &CKrVariant::operator=(long long value) { return assignValue<CKrVariantDataKr_int64>(static_cast<kr_int64>(value)); }
+CKrVariant &CKrVariant::operator=(int value) {
+    return assignValue<CKrVariantDataKr_int32>(static_cast<kr_int32>(value));
+}
+CKrVariant &CKrVariant::operator=(unsigned int value) {
+    return assignValue<CKrVariantDataKr_uint32>(static_cast<kr_uint32>(value));
+}
+CKrVariant &CKrVariant::operator=(kr_int64 value) {
+    return assignValue<CKrVariantDataKr_int64>(value);
+}
+CKrVariant &CKrVariant::operator=(kr_uint64 value) {
+    return assignValue<CKrVariantDataKr_uint64>(value);
+}
+CKrVariant &CKrVariant::operator=(long long value) {
+    return assignValue<CKrVariantDataKr_int64>(static_cast<kr_int64>(value));
+}
 CKrVariant &CKrVariant::operator=(unsigned long long value) {
     return assignValue<CKrVariantDataKr_uint64>(static_cast<kr_uint64>(value));
 }
 CKrVariant &CKrVariant::operator=(double value) { return assignValue<CKrVariantDataDouble>(value); }
 CKrVariant &CKrVariant::operator=(bool value) { return assignValue<CKrVariantDataBool>(value); }
 CKrVariant &CKrVariant::operator=(void *value) { return assignValue<CKrVariantDataVoidPtr>(value); }
-CKrVariant &CKrVariant::operator=(char const *value) { return assignValue<CKrVariantDataCKrStringW>(CKrStringW(value)); }
-CKrVariant &CKrVariant::operator=(wchar_t const *value) { return assignValue<CKrVariantDataCKrStringW>(CKrStringW(value)); }
-CKrVariant &CKrVariant::operator=(CKrStringW const &value) { return assignValue<CKrVariantDataCKrStringW>(value); }
-CKrVariant &CKrVariant::operator=(CKrByteArray const &value) { return assignValue<CKrVariantDataCKrByteArray>(value); }
+CKrVariant &CKrVariant::operator=(char const *value) {
+    return assignValue<CKrVariantDataCKrStringW>(CKrStringW(value));
+}
+CKrVariant &CKrVariant::operator=(wchar_t const *value) {
+    return assignValue<CKrVariantDataCKrStringW>(CKrStringW(value));
+}
+CKrVariant &CKrVariant::operator=(CKrStringW const &value) {
+    return assignValue<CKrVariantDataCKrStringW>(value);
+}
+CKrVariant &CKrVariant::operator=(CKrByteArray const &value) {
+    return assignValue<CKrVariantDataCKrByteArray>(value);
+}
 
 CKrVariant &CKrVariant::operator=(CKrListVariant const &value) {
     if (m_pData && m_pData->GetRunType() == CKrVariantDataCKrListVariant::GetOrigRunType()) {
@@ -259,11 +303,11 @@ CKrVariant &CKrVariant::operator=(CKrVariant const &other) {
 
 // ---- comparison ------------------------------------------------------------------------------
 
-#define KR_VARIANT_EQ(Type, Getter)                                                                \
-    bool CKrVariant::operator==(Type value) const {                                                \
-        bool ok = false;                                                                           \
-        auto converted = Getter(&ok);                                                              \
-        return ok && converted == value;                                                           \
+#define KR_VARIANT_EQ(Type, Getter)                 \
+    bool CKrVariant::operator==(Type value) const { \
+        bool ok = false;                            \
+        auto converted = Getter(&ok);               \
+        return ok && converted == value;            \
     }
 
 KR_VARIANT_EQ(int, GetKr_int32)
@@ -278,7 +322,9 @@ KR_VARIANT_EQ(CKrByteArray const &, GetCKrByteArray)
 #undef KR_VARIANT_EQ
 
 bool CKrVariant::operator==(long long value) const { return *this == static_cast<kr_int64>(value); }
-bool CKrVariant::operator==(unsigned long long value) const { return *this == static_cast<kr_uint64>(value); }
+bool CKrVariant::operator==(unsigned long long value) const {
+    return *this == static_cast<kr_uint64>(value);
+}
 
 bool CKrVariant::operator==(CKrStringW const &value) const {
     bool ok = false;
@@ -297,16 +343,20 @@ bool CKrVariant::operator==(CKrVariant const &other) const {
 // ---- reading ---------------------------------------------------------------------------------
 
 kr_int32 CKrVariant::GetKr_int32(bool *ok) const {
-    return readNumber<kr_int32, CKrVariantDataKr_int32>(m_pData, ok, L"Can't convert to kr_int32!", 4);
+    return readNumber<kr_int32, CKrVariantDataKr_int32>(m_pData, ok, L"Can't convert to kr_int32!",
+                                                        4);
 }
 kr_uint32 CKrVariant::GetKr_uint32(bool *ok) const {
-    return readNumber<kr_uint32, CKrVariantDataKr_uint32>(m_pData, ok, L"Can't convert to kr_uint32!", 4);
+    return readNumber<kr_uint32, CKrVariantDataKr_uint32>(m_pData, ok,
+                                                          L"Can't convert to kr_uint32!", 4);
 }
 kr_int64 CKrVariant::GetKr_int64(bool *ok) const {
-    return readNumber<kr_int64, CKrVariantDataKr_int64>(m_pData, ok, L"Can't convert to kr_int64!", 8);
+    return readNumber<kr_int64, CKrVariantDataKr_int64>(m_pData, ok, L"Can't convert to kr_int64!",
+                                                        8);
 }
 kr_uint64 CKrVariant::GetKr_uint64(bool *ok) const {
-    return readNumber<kr_uint64, CKrVariantDataKr_uint64>(m_pData, ok, L"Can't convert to kr_uint64!", 8);
+    return readNumber<kr_uint64, CKrVariantDataKr_uint64>(m_pData, ok,
+                                                          L"Can't convert to kr_uint64!", 8);
 }
 double CKrVariant::GetDouble(bool *ok) const {
     return readNumber<double, CKrVariantDataDouble>(m_pData, ok, L"Can't convert to double!", 8);
@@ -321,26 +371,32 @@ bool CKrVariant::GetBool(bool *ok) const {
     using K = CKrVariantData;
     if (m_pData) {
         switch (m_pData->GetKind()) {
-        case K::krDATA_BOOL: return static_cast<CKrVariantDataBool const *>(m_pData)->GetValue();
-        case K::krDATA_DOUBLE: return static_cast<CKrVariantDataDouble const *>(m_pData)->GetValue() != 0.0;
-        case K::krDATA_INT32:
-        case K::krDATA_UINT32:
-        case K::krDATA_INT64:
-        case K::krDATA_UINT64:
-        case K::krDATA_VOIDPTR: return GetKr_uint64() != 0;
-        case K::krDATA_STRINGW: {
-            CKrVariantDataBool parsed;
-            parsed.SetString(static_cast<CKrVariantDataCKrStringW const *>(m_pData)->GetValue());
-            return parsed.GetValue();
-        }
-        case K::krDATA_BYTEARRAY: {
-            CKrByteArray const &bytes = static_cast<CKrVariantDataCKrByteArray const *>(m_pData)->GetValue();
-            if (bytes.GetSize() >= 1 && bytes.GetData())
-                return *static_cast<unsigned char const *>(bytes.GetData()) != 0;
-            if (ok) *ok = false;
-            return false;
-        }
-        default: break;
+            case K::krDATA_BOOL:
+                return static_cast<CKrVariantDataBool const *>(m_pData)->GetValue();
+            case K::krDATA_DOUBLE:
+                return static_cast<CKrVariantDataDouble const *>(m_pData)->GetValue() != 0.0;
+            case K::krDATA_INT32:
+            case K::krDATA_UINT32:
+            case K::krDATA_INT64:
+            case K::krDATA_UINT64:
+            case K::krDATA_VOIDPTR:
+                return GetKr_uint64() != 0;
+            case K::krDATA_STRINGW: {
+                CKrVariantDataBool parsed;
+                parsed.SetString(
+                    static_cast<CKrVariantDataCKrStringW const *>(m_pData)->GetValue());
+                return parsed.GetValue();
+            }
+            case K::krDATA_BYTEARRAY: {
+                CKrByteArray const &bytes =
+                    static_cast<CKrVariantDataCKrByteArray const *>(m_pData)->GetValue();
+                if (bytes.GetSize() >= 1 && bytes.GetData())
+                    return *static_cast<unsigned char const *>(bytes.GetData()) != 0;
+                if (ok) *ok = false;
+                return false;
+            }
+            default:
+                break;
         }
     }
     if (ok) *ok = false;
@@ -360,14 +416,17 @@ CKrByteArray CKrVariant::GetCKrByteArray(bool *ok) const {
     using K = CKrVariantData;
     if (m_pData) {
         K::EKrDataKind kind = m_pData->GetKind();
-        if (kind == K::krDATA_BYTEARRAY) return static_cast<CKrVariantDataCKrByteArray const *>(m_pData)->GetValue();
+        if (kind == K::krDATA_BYTEARRAY)
+            return static_cast<CKrVariantDataCKrByteArray const *>(m_pData)->GetValue();
         if (kind == K::krDATA_STRINGW) {
             CKrVariantDataCKrByteArray parsed;
             parsed.SetString(static_cast<CKrVariantDataCKrStringW const *>(m_pData)->GetValue());
             return parsed.GetValue();
         }
         if (kind >= K::krDATA_INT32 && kind <= K::krDATA_VOIDPTR) {
-            size_t size = (kind == K::krDATA_INT32 || kind == K::krDATA_UINT32) ? 4 : kind == K::krDATA_BOOL ? 1 : 8;
+            size_t size = (kind == K::krDATA_INT32 || kind == K::krDATA_UINT32) ? 4
+                          : kind == K::krDATA_BOOL                              ? 1
+                                                                                : 8;
             return CKrByteArray(const_cast<CKrVariantData *>(m_pData)->GetValuePtr(), size, 1024);
         }
     }
@@ -393,7 +452,9 @@ CKrListVariant const &CKrVariant::GetCKrListVariant(bool *ok) const {
 }
 
 void *CKrVariant::GetValueVoidPtr() { return m_pData ? m_pData->GetValuePtr() : nullptr; }
-void const *CKrVariant::GetValueVoidPtr() const { return m_pData ? m_pData->GetValuePtr() : nullptr; }
+void const *CKrVariant::GetValueVoidPtr() const {
+    return m_pData ? m_pData->GetValuePtr() : nullptr;
+}
 
 // ---- name and run type -----------------------------------------------------------------------
 
@@ -403,7 +464,9 @@ CKrVariantRunType const &CKrVariant::GetRunType() const {
     return m_pData ? m_pData->GetRunType() : CKrVariantRunType::GetUnknown();
 }
 
-CKrVariantDataCKrListVariant *CKrVariant::listHolder() const { return CKrVariantAccess::ListOf(*this); }
+CKrVariantDataCKrListVariant *CKrVariant::listHolder() const {
+    return CKrVariantAccess::ListOf(*this);
+}
 
 bool CKrVariant::ValidateName(CKrStringW &name) {
     std::wstring const &s = name.GetStdString();

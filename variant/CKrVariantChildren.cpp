@@ -47,7 +47,8 @@ bool isWithin(CKrVariant const &root, CKrVariant const *node) {
 
 // GetRunType() == plainList() without comparing names for the usual case, a list holder.
 bool holdsPlainList(CKrVariantData const *data) {
-    if (data->IsArray()) return static_cast<CKrVariantDataCKrListVariant const *>(data)->IsPlainList();
+    if (data->IsArray())
+        return static_cast<CKrVariantDataCKrListVariant const *>(data)->IsPlainList();
     return data->GetRunType() == plainList();
 }
 
@@ -142,9 +143,10 @@ CKrVariant &CKrVariant::Append(CKrVariant &&item) {
 
 CKrVariant &CKrVariant::Insert(CKrVariant const &item, int index) {
     if (m_pData && !m_enabledTypeChange && GetRunType() != plainList()) {
-        DiagAssertW(L"(m_pData && !m_enabledTypeChange && GetRunType() != "
-                    L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
-                    KR_VARIANT_SOURCE, __LINE__, L"Error: invalid variant type for array operation.");
+        DiagAssertW(
+            L"(m_pData && !m_enabledTypeChange && GetRunType() != "
+            L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
+            KR_VARIANT_SOURCE, __LINE__, L"Error: invalid variant type for array operation.");
         return GetNullVariant();
     }
     CKrVariant *copy = new CKrVariant(item);
@@ -176,9 +178,10 @@ int CKrVariant::SetOrAppend(CKrStringW const &name, CKrVariant const &value) {
 
 bool CKrVariant::Delete(unsigned int item) {
     if (!m_enabledTypeChange && GetRunType() != plainList()) {
-        DiagAssertW(L"(!m_enabledTypeChange && GetRunType() != "
-                    L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
-                    KR_VARIANT_SOURCE, __LINE__, L"Error: can't delete member in this runtype.");
+        DiagAssertW(
+            L"(!m_enabledTypeChange && GetRunType() != "
+            L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
+            KR_VARIANT_SOURCE, __LINE__, L"Error: can't delete member in this runtype.");
         return false;
     }
     CKrVariantDataCKrListVariant *holder = listHolder();
@@ -201,9 +204,10 @@ CKrVariant &CKrVariant::ClearList() {
     if (!m_pData) return *this;
     bool plain = GetRunType() == plainList();
     if (!plain && !m_enabledTypeChange) {
-        DiagAssertW(L"(!m_enabledTypeChange && GetRunType() != "
-                    L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
-                    KR_VARIANT_SOURCE, __LINE__, L"Error: can't ClearList in this runtype.");
+        DiagAssertW(
+            L"(!m_enabledTypeChange && GetRunType() != "
+            L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
+            KR_VARIANT_SOURCE, __LINE__, L"Error: can't ClearList in this runtype.");
         return *this;
     }
     if (!plain) {
@@ -331,10 +335,12 @@ CKrVariant const *CKrVariant::SearchFixedOneLevel(wchar_t const *name) const {
 }
 
 CKrVariant *CKrVariant::SearchFixedOneLevel(wchar_t const *name) {
-    return const_cast<CKrVariant *>(static_cast<CKrVariant const *>(this)->SearchFixedOneLevel(name));
+    return const_cast<CKrVariant *>(
+        static_cast<CKrVariant const *>(this)->SearchFixedOneLevel(name));
 }
 
-CKrVariant const *CKrVariant::SearchRecursiveLow(std::function<bool(CKrVariant const *)> const &test) const {
+CKrVariant const *CKrVariant::SearchRecursiveLow(
+    std::function<bool(CKrVariant const *)> const &test) const {
     if (!test) return nullptr;
     // Pre-order with an explicit stack: children are pushed in reverse so the first comes out
     // first.  `test` runs without the list lock.
@@ -382,7 +388,8 @@ int CKrVariant::CompareStructure(CKrVariant const &a, CKrVariant const &b, bool 
             Items const &ix = CKrVariantAccess::ItemsOf(lx->GetList());
             Items const &iy = CKrVariantAccess::ItemsOf(ly->GetList());
             for (size_t i = 0; i < ix.size(); ++i)
-                stack.push_back({ix[i] ? ix[i] : &GetNullVariant(), iy[i] ? iy[i] : &GetNullVariant()});
+                stack.push_back(
+                    {ix[i] ? ix[i] : &GetNullVariant(), iy[i] ? iy[i] : &GetNullVariant()});
         } else if (x->GetRunType() != y->GetRunType()) {
             return -1;
         }
@@ -397,7 +404,9 @@ CKrVariant makeStruct(CKrVariantRunType const *type, CKrStringW const &name,
     CKrListVariant &list = result.GetCKrListVariant();
     for (CKrVariant const *item : items)
         if (item) list.Append(new CKrVariant(*item));
-    if (type) static_cast<CKrVariantDataCKrListVariant *>(CKrVariantAccess::DataOf(result))->SetRunType(*type);
+    if (type)
+        static_cast<CKrVariantDataCKrListVariant *>(CKrVariantAccess::DataOf(result))
+            ->SetRunType(*type);
     return result;
 }
 
@@ -422,7 +431,8 @@ CKrVariant CKrVariant::CreateStruct(CKrStringW const &name, CKrVariant const *fi
     return makeStruct(nullptr, name, items);
 }
 
-CKrVariant CKrVariant::CreateStruct(CKrStringW const &name, std::initializer_list<CKrVariant> items) {
+CKrVariant CKrVariant::CreateStruct(CKrStringW const &name,
+                                    std::initializer_list<CKrVariant> items) {
     return makeStruct(nullptr, name, collect(items));
 }
 

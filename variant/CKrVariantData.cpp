@@ -38,10 +38,13 @@ bool isPodKind(CKrVariantData::EKrDataKind k) {
 
 size_t podSize(CKrVariantData::EKrDataKind k) {
     switch (k) {
-    case CKrVariantData::krDATA_INT32:
-    case CKrVariantData::krDATA_UINT32: return 4;
-    case CKrVariantData::krDATA_BOOL: return 1;
-    default: return 8;
+        case CKrVariantData::krDATA_INT32:
+        case CKrVariantData::krDATA_UINT32:
+            return 4;
+        case CKrVariantData::krDATA_BOOL:
+            return 1;
+        default:
+            return 8;
     }
 }
 
@@ -77,24 +80,24 @@ void setWide(CKrStringW &out, std::wstring const &text) { out = text; }
 
 }  // namespace
 
-#define KR_RUNTYPE(Class, Name)                                                                    \
-    CKrVariantRunType const &Class::GetOrigRunType() {                                             \
-        static CKrVariantRunType const type(Name);                                                 \
-        return type;                                                                               \
-    }                                                                                              \
+#define KR_RUNTYPE(Class, Name)                        \
+    CKrVariantRunType const &Class::GetOrigRunType() { \
+        static CKrVariantRunType const type(Name);     \
+        return type;                                   \
+    }                                                  \
     CKrVariantRunType const &Class::GetRunType() const { return GetOrigRunType(); }
 
 // Members every scalar holder shares; the message is the holder's own GetValueCopy report.
 #define KR_SCALAR_COMMON(Class, Kind, Type, Init, Message)                                         \
     Class::Class() : CKrVariantData(Kind), m_value(Init) {}                                        \
     Class::Class(Type const &value) : CKrVariantData(Kind), m_value(value) {}                      \
-    Class::Class(Type &&value) : CKrVariantData(Kind), m_value(std::move(value)) {}               \
+    Class::Class(Type &&value) : CKrVariantData(Kind), m_value(std::move(value)) {}                \
     bool Class::SetString(CKrStringW const &text) { return SetString(text.GetString()); }          \
     bool Class::IsEqual(CKrVariantData const &other) const {                                       \
-        return other.GetKind() == Kind && static_cast<Class const &>(other).m_value == m_value;     \
+        return other.GetKind() == Kind && static_cast<Class const &>(other).m_value == m_value;    \
     }                                                                                              \
     void *Class::GetValuePtr() { return &m_value; }                                                \
-    CKrVariantData *Class::CreateEmpty() const { return new Class(); }                              \
+    CKrVariantData *Class::CreateEmpty() const { return new Class(); }                             \
     void Class::GetValueCopy(CKrVariantData &data) const {                                         \
         if (data.GetKind() == Kind) {                                                              \
             static_cast<Class &>(data).m_value = m_value;                                          \
@@ -170,8 +173,12 @@ bool formatInto(CKrStringW &out, wchar_t const *format, T value) {
 }
 }  // namespace
 
-bool CKrVariantDataKr_int32::GetString(CKrStringW &out) const { return formatDecimal(out, m_value); }
-bool CKrVariantDataKr_uint32::GetString(CKrStringW &out) const { return formatDecimal(out, m_value); }
+bool CKrVariantDataKr_int32::GetString(CKrStringW &out) const {
+    return formatDecimal(out, m_value);
+}
+bool CKrVariantDataKr_uint32::GetString(CKrStringW &out) const {
+    return formatDecimal(out, m_value);
+}
 bool CKrVariantDataKr_int64::GetString(CKrStringW &out) const {
     return formatDecimal(out, static_cast<long long>(m_value));
 }
@@ -184,8 +191,8 @@ bool CKrVariantDataDouble::GetString(CKrStringW &out) const {
     // The largest magnitudes run to 309 integer digits: the buffer holds any finite value.
     if (std::isfinite(m_value)) {
         char digits[400];
-        std::to_chars_result r =
-            std::to_chars(digits, digits + sizeof digits - 1, m_value, std::chars_format::fixed, 15);
+        std::to_chars_result r = std::to_chars(digits, digits + sizeof digits - 1, m_value,
+                                               std::chars_format::fixed, 15);
         if (r.ec == std::errc()) {
             assignAscii(out, digits, r.ptr);
             return true;
@@ -200,7 +207,9 @@ bool CKrVariantDataBool::GetString(CKrStringW &out) const {
     out = m_value ? L"true" : L"false";
     return true;
 }
-bool CKrVariantDataVoidPtr::GetString(CKrStringW &out) const { return formatInto(out, L"%p", m_value); }
+bool CKrVariantDataVoidPtr::GetString(CKrStringW &out) const {
+    return formatInto(out, L"%p", m_value);
+}
 bool CKrVariantDataCKrStringW::GetString(CKrStringW &out) const {
     out = m_value;
     return true;
@@ -294,8 +303,9 @@ void *CKrVariantDataCKrListVariant::GetValuePtr() { return &m_list; }
 
 void CKrVariantDataCKrListVariant::GetValueCopy(CKrVariantData &data) const {
     if (!data.IsArray()) {
-        DiagAssertW(L"(GetRunType() != data.GetRunType())", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: CKrVariantDataCKrListVariant::GetValueCopy, can't get to this type of data!");
+        DiagAssertW(
+            L"(GetRunType() != data.GetRunType())", KR_VARIANT_SOURCE, __LINE__,
+            L"Error: CKrVariantDataCKrListVariant::GetValueCopy, can't get to this type of data!");
         return;
     }
     auto &target = static_cast<CKrVariantDataCKrListVariant &>(data);

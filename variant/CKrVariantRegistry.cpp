@@ -58,22 +58,39 @@ bool convertInto(CKrVariant const &src, CKrVariantData &dst) {
     bool ok = false;
     using K = CKrVariantData;
     switch (dst.GetKind()) {
-    case K::krDATA_INT32: static_cast<CKrVariantDataKr_int32 &>(dst).SetValue(src.GetKr_int32(&ok)); break;
-    case K::krDATA_UINT32: static_cast<CKrVariantDataKr_uint32 &>(dst).SetValue(src.GetKr_uint32(&ok)); break;
-    case K::krDATA_INT64: static_cast<CKrVariantDataKr_int64 &>(dst).SetValue(src.GetKr_int64(&ok)); break;
-    case K::krDATA_UINT64: static_cast<CKrVariantDataKr_uint64 &>(dst).SetValue(src.GetKr_uint64(&ok)); break;
-    case K::krDATA_DOUBLE: static_cast<CKrVariantDataDouble &>(dst).SetValue(src.GetDouble(&ok)); break;
-    case K::krDATA_BOOL: static_cast<CKrVariantDataBool &>(dst).SetValue(src.GetBool(&ok)); break;
-    case K::krDATA_VOIDPTR: static_cast<CKrVariantDataVoidPtr &>(dst).SetValue(src.GetVoidPtr(&ok)); break;
-    case K::krDATA_STRINGW: {
-        CKrStringW text = src.GetCKrStringW(&ok);
-        // An empty byte array has no text but converts to the empty string.
-        if (!ok && src.GetRunType() == CKrVariantDataCKrByteArray::GetOrigRunType()) ok = true;
-        static_cast<CKrVariantDataCKrStringW &>(dst).SetValue(text);
-        break;
-    }
-    case K::krDATA_BYTEARRAY: static_cast<CKrVariantDataCKrByteArray &>(dst).SetValue(src.GetCKrByteArray(&ok)); break;
-    default: break;
+        case K::krDATA_INT32:
+            static_cast<CKrVariantDataKr_int32 &>(dst).SetValue(src.GetKr_int32(&ok));
+            break;
+        case K::krDATA_UINT32:
+            static_cast<CKrVariantDataKr_uint32 &>(dst).SetValue(src.GetKr_uint32(&ok));
+            break;
+        case K::krDATA_INT64:
+            static_cast<CKrVariantDataKr_int64 &>(dst).SetValue(src.GetKr_int64(&ok));
+            break;
+        case K::krDATA_UINT64:
+            static_cast<CKrVariantDataKr_uint64 &>(dst).SetValue(src.GetKr_uint64(&ok));
+            break;
+        case K::krDATA_DOUBLE:
+            static_cast<CKrVariantDataDouble &>(dst).SetValue(src.GetDouble(&ok));
+            break;
+        case K::krDATA_BOOL:
+            static_cast<CKrVariantDataBool &>(dst).SetValue(src.GetBool(&ok));
+            break;
+        case K::krDATA_VOIDPTR:
+            static_cast<CKrVariantDataVoidPtr &>(dst).SetValue(src.GetVoidPtr(&ok));
+            break;
+        case K::krDATA_STRINGW: {
+            CKrStringW text = src.GetCKrStringW(&ok);
+            // An empty byte array has no text but converts to the empty string.
+            if (!ok && src.GetRunType() == CKrVariantDataCKrByteArray::GetOrigRunType()) ok = true;
+            static_cast<CKrVariantDataCKrStringW &>(dst).SetValue(text);
+            break;
+        }
+        case K::krDATA_BYTEARRAY:
+            static_cast<CKrVariantDataCKrByteArray &>(dst).SetValue(src.GetCKrByteArray(&ok));
+            break;
+        default:
+            break;
     }
     return ok;
 }
@@ -102,7 +119,8 @@ int CKrVariant::RegisterRunType(CKrVariant const &sample) {
         if (CompareStructure(*it->second, *copy, true) != 0 ||
             it->second->IsNull() != copy->IsNull() ||
             (it->second->listHolder() == nullptr) != (copy->listHolder() == nullptr)) {
-            DiagAssertW(L"CompareStructure(*it->second, sample, true) != 0", KR_VARIANT_SOURCE, __LINE__,
+            DiagAssertW(L"CompareStructure(*it->second, sample, true) != 0", KR_VARIANT_SOURCE,
+                        __LINE__,
                         L"Error: same Runtype already registered with different definition!");
             return -9;
         }
@@ -143,7 +161,8 @@ bool CKrVariant::canChangeTo(CKrVariantRunType const &, wchar_t const *message, 
 }
 
 int CKrVariant::SetRunType(CKrVariantRunType const &type) {
-    static wchar_t const *const refused = L"Error: CKrVariant::SetRunType(), type change not enabled!";
+    static wchar_t const *const refused =
+        L"Error: CKrVariant::SetRunType(), type change not enabled!";
     if (GetRunType() == type) return 0;
     if (type == CKrVariantRunType::GetUnknown()) {
         if (!canChangeTo(type, refused, __LINE__)) return -9;
@@ -160,7 +179,8 @@ int CKrVariant::SetRunType(CKrVariantRunType const &type) {
         std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
         CKrVariantAccess::Items const &members = CKrVariantAccess::ItemsOf(theirs->GetList());
         for (CKrVariant const *member : members)
-            if (member && IndexOf(member->m_name) < 0) mine->GetList().Append(new CKrVariant(*member));
+            if (member && IndexOf(member->m_name) < 0)
+                mine->GetList().Append(new CKrVariant(*member));
         mine->SetRunType(type);
         return 0;
     }
@@ -176,7 +196,8 @@ int CKrVariant::SetRunType(CKrVariantRunType const &type) {
 int CKrVariant::SetRunTypeCompatible(CKrVariantRunType const &type) {
     static wchar_t const *const refused =
         L"Error: CKrVariant::SetRunTypeCompatible(), type change not enabled!";
-    static wchar_t const *const cannot = L"Error: CKrVariant::SetRunTypeCompatible(), can't convert!";
+    static wchar_t const *const cannot =
+        L"Error: CKrVariant::SetRunTypeCompatible(), can't convert!";
     if (GetRunType() == type) return 0;
     if (!m_pData || type == CKrVariantRunType::GetUnknown()) return SetRunType(type);
     CKrVariant const &sample = GetRunTypeSample(type);
@@ -198,7 +219,8 @@ int CKrVariant::SetRunTypeCompatible(CKrVariantRunType const &type) {
         return 0;
     }
     if (!mine || !theirs) {
-        DiagAssertW(L"(GetCount() < 0) != (sample.GetCount() < 0)", KR_VARIANT_SOURCE, __LINE__, cannot);
+        DiagAssertW(L"(GetCount() < 0) != (sample.GetCount() < 0)", KR_VARIANT_SOURCE, __LINE__,
+                    cannot);
         return -9;
     }
     if (type == plainList()) {

@@ -11,7 +11,9 @@ using Lock = std::lock_guard<std::recursive_mutex>;
 using Items = CKrVariantAccess::Items;
 
 // Many member names have seven letters too: test the first one before calling the library.
-bool isNoName(std::wstring const &s) { return s.size() == 7 && s[0] == L'n' && s.compare(L"no_name") == 0; }
+bool isNoName(std::wstring const &s) {
+    return s.size() == 7 && s[0] == L'n' && s.compare(L"no_name") == 0;
+}
 
 // The name of one child of a short list, laid out flat so that the partner scan of list
 // equality touches one array instead of every child node.  `data` null stands for a null child.
@@ -154,8 +156,10 @@ void CKrVariantAccess::CopyChildren(CKrListVariant const &src, CKrListVariant &d
             if (f.next == f.from->size()) {
                 Items &to = *f.to;
                 size_t const count = pending.size() - f.base;
-                to.reserve(to.size() + (count < kFirstCapacity && to.empty() ? kFirstCapacity : count));
-                to.insert(to.end(), pending.begin() + static_cast<std::ptrdiff_t>(f.base), pending.end());
+                to.reserve(to.size() +
+                           (count < kFirstCapacity && to.empty() ? kFirstCapacity : count));
+                to.insert(to.end(), pending.begin() + static_cast<std::ptrdiff_t>(f.base),
+                          pending.end());
                 pending.resize(f.base);
                 stack.pop_back();
                 continue;
@@ -167,7 +171,8 @@ void CKrVariantAccess::CopyChildren(CKrListVariant const &src, CKrListVariant &d
             pending.push_back(nullptr);  // room first, so that the copy cannot be lost
             pending.back() = ShallowClone(*child, &sl, &dl);
             if (sl && !sl->m_items.empty())
-                stack.push_back({&sl->m_items, &dl->m_items, 0, pending.size()});  // `f` is stale now
+                stack.push_back(
+                    {&sl->m_items, &dl->m_items, 0, pending.size()});  // `f` is stale now
         }
     } catch (...) {
         // Copies not yet attached: the deeper ones lie above the shallower ones, and a pending
@@ -178,7 +183,8 @@ void CKrVariantAccess::CopyChildren(CKrListVariant const &src, CKrListVariant &d
         }
         throw;
     }
-    if (pending.capacity() > 65536 && start == 0) Items().swap(pending);  // do not keep a huge buffer
+    if (pending.capacity() > 65536 && start == 0)
+        Items().swap(pending);  // do not keep a huge buffer
 }
 
 // Nodes waiting to be destroyed are chained through their m_ppData field (the debugger pointer
@@ -312,8 +318,10 @@ bool CKrVariantAccess::ListsEqual(CKrListVariant const &a, CKrListVariant const 
         }
         if (da->IsArray() && db->IsArray()) {
             if (da->GetRunType() != db->GetRunType()) return false;
-            Items const &la = static_cast<CKrVariantDataCKrListVariant const *>(da)->GetList().m_items;
-            Items const &lb = static_cast<CKrVariantDataCKrListVariant const *>(db)->GetList().m_items;
+            Items const &la =
+                static_cast<CKrVariantDataCKrListVariant const *>(da)->GetList().m_items;
+            Items const &lb =
+                static_cast<CKrVariantDataCKrListVariant const *>(db)->GetList().m_items;
             if (la.size() != lb.size()) return false;
             if (!la.empty()) stack.push_back({&la, &lb, 0, 0, 0, false});  // `f` is stale now
         } else if (!da->IsEqual(*db)) {

@@ -1,26 +1,19 @@
 // The order of names of the lite variant: the sort of each level's index and the comparison of
 // the reader's binary search.  One rule, used by the writer, the reader and the validator.
+#include <cstring>
 #include <cwchar>
 
 #include "variant/internal/LvLayout.h"
 
 namespace orvik::detail {
 
-namespace {
-
-inline unsigned storedUnit(kr_uint8 const *p, unsigned i) {
-    return unsigned(p[2 * i]) | (unsigned(p[2 * i + 1]) << 8);
-}
-
-}  // namespace
-
-int lvCompareStored(kr_uint8 const *a, unsigned unitsA, kr_uint8 const *b, unsigned unitsB) {
+int lvCompareStoredPlain(kr_uint8 const *a, unsigned unitsA, kr_uint8 const *b, unsigned unitsB) {
     unsigned const n = unitsA < unitsB ? unitsA : unitsB;
     for (unsigned i = 0; i < n; ++i) {
-        unsigned const ua = storedUnit(a, i), ub = storedUnit(b, i);
+        unsigned const ua = lvStoredUnit(a, i), ub = lvStoredUnit(b, i);
         if (ua != ub) return ua < ub ? -1 : 1;
     }
-    return unitsA == unitsB ? 0 : (unitsA < unitsB ? -1 : 1);
+    return lvCompareLengths(unitsA, unitsB);
 }
 
 unsigned lvStoredNameUnits(wchar_t const *name, size_t *nameLength) {
@@ -30,33 +23,17 @@ unsigned lvStoredNameUnits(wchar_t const *name, size_t *nameLength) {
     return n >= kLvMaxNameUnits ? kLvMaxNameUnits : unsigned(n + 1);
 }
 
-LvKey lvMakeKey(wchar_t const *name) {
-    LvKey key{name, 0, 0, true};
-    size_t n = 0;
-    key.keyUnits = lvStoredNameUnits(name, &n);
+void lvMakeKey(wchar_t const *name, LvKey &key) {
+    lvMakeKey(name, name ? std::wcslen(name) : 0, key);
+}
+
+void lvMakeKey(wchar_t const *name, size_t n, LvKey &key) {
+    key.keyUnits = n == 0 ? 0 : (n >= kLvMaxNameUnits ? kLvMaxNameUnits : unsigned(n + 1));
     key.fits = n <= kLvMaxNameUnits;
     key.length = key.fits ? unsigned(n) : 0;
-    return key;
-}
-
-int lvCompareKey(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key) {
-    unsigned const n = storedUnits < key.keyUnits ? storedUnits : key.keyUnits;
-    for (unsigned i = 0; i < n; ++i) {
-        unsigned const us = storedUnit(stored, i);
-        // Units past the name proper are its terminator.
-        unsigned const uk = i < key.length ? (unsigned(key.name[i]) & 0xFFFFu) : 0u;
-        if (us != uk) return us < uk ? -1 : 1;
-    }
-    return storedUnits == key.keyUnits ? 0 : (storedUnits < key.keyUnits ? -1 : 1);
-}
-
-bool lvNameMatches(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key) {
-    if (!key.fits) return false;
-    unsigned const n = key.length;
-    if (storedUnits != n && !(storedUnits == n + 1 && storedUnit(stored, n) == 0)) return false;
-    for (unsigned i = 0; i < n; ++i)
-        if (storedUnit(stored, i) != (unsigned(key.name[i]) & 0xFFFFu)) return false;
-    return true;
+    unsigned const copy = key.fits ? key.length : kLvMaxNameUnits;
+    for (unsigned i = 0; i < copy; ++i) key.units[i] = uint16_t(name[i]);
+    key.units[copy] = 0;
 }
 
 }  // namespace orvik::detail

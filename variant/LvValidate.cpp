@@ -39,8 +39,8 @@ bool checkIndex(kr_uint8 const *data, LvItem const &level, kr_uint64 const *chil
         if (once) return false;  // a child listed twice (so another is missing)
         once = 1;
         lvParseHead(data, indexAt, abs, cur);  // a collected child: its head was read before
-        if (i > 0 && lvCompareStored(data + prev.nameOffset, prev.nameUnits, data + cur.nameOffset,
-                                     cur.nameUnits) > 0)
+        if (i > 0 && lvCompareStoredPlain(data + prev.nameOffset, prev.nameUnits,
+                                          data + cur.nameOffset, cur.nameUnits) > 0)
             return false;  // out of order
         prev = cur;
     }

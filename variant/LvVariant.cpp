@@ -181,7 +181,8 @@ bool lvItemToVariant(kr_uint8 const *data, LvItem const &item, CKrVariant &out) 
         bool const first = f.first;
         f.first = false;
         if (first && child.type == krLVT_STRING) {
-            LvKey const key = lvMakeKey(kRunTypeItem);
+            LvKey key;
+            lvMakeKey(kRunTypeItem, key);
             // An empty run type cannot come from a writer: such an item stays a plain child.
             if (lvNameMatches(data + child.nameOffset, child.nameUnits, key) &&
                 child.valueBytes > 2) {

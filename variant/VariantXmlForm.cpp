@@ -2,7 +2,7 @@
 // the attribute-value escaper and its reverse, and the node-building helpers of the reader.
 #include "variant/internal/VariantXmlForm.h"
 
-#include <cstdio>
+#include <charconv>
 #include <mutex>
 #include <vector>
 
@@ -14,6 +14,15 @@ namespace {
 constexpr size_t kIndentStep = 2;
 constexpr wchar_t kReplacement = 0xFFFD;
 
+// An ASCII markup literal in both forms, so that neither sink converts it.
+struct Lit {
+    wchar_t const *wide;
+    char const *narrow;
+    size_t length;
+};
+#define KR_XML_LIT(s) \
+    Lit { L"" s, s, sizeof(s) - 1 }
+
 bool isHighSurrogate(wchar_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool isLowSurrogate(wchar_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
@@ -22,7 +31,7 @@ struct WideSink {
     std::wstring &out;
     void units(wchar_t const *p, size_t n) { out.append(p, n); }
     void unit(wchar_t c) { out.push_back(c); }
-    void literal(wchar_t const *p, size_t n) { out.append(p, n); }
+    void literal(Lit const &l) { out.append(l.wide, l.length); }
     // 8-bit text (run-type names, numbers): one unit per byte.
     void bytes(char const *p, size_t n) {
         for (size_t i = 0; i < n; ++i)
@@ -38,58 +47,57 @@ struct Utf8Sink {
         size_t i = 0;
         while (i < n) {
             size_t run = i;
-            while (i < n && static_cast<unsigned>(p[i]) < 0x80) ++i;  // ASCII runs copy as they are
+            while (i < n && static_cast<kr_uint32>(p[i]) < 0x80)
+                ++i;  // ASCII runs copy as they are
             if (i > run) {
                 size_t old = out.size();
                 out.resize(old + (i - run));
                 char *dst = out.data() + old;
                 for (size_t k = run; k < i; ++k) *dst++ = static_cast<char>(p[k]);
             }
-            if (i == n) break;
-            unsigned c = static_cast<unsigned>(p[i]) & 0xFFFF;
-            if (isHighSurrogate(static_cast<wchar_t>(c)) && i + 1 < n && isLowSurrogate(p[i + 1])) {
-                unsigned cp = 0x10000 + ((c - 0xD800) << 10) +
-                              ((static_cast<unsigned>(p[i + 1]) & 0xFFFF) - 0xDC00);
-                char b[4] = {static_cast<char>(0xF0 | (cp >> 18)),
-                             static_cast<char>(0x80 | ((cp >> 12) & 0x3F)),
-                             static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
-                             static_cast<char>(0x80 | (cp & 0x3F))};
-                out.append(b, 4);
-                i += 2;
-                continue;
-            }
-            if (isHighSurrogate(static_cast<wchar_t>(c)) || isLowSurrogate(static_cast<wchar_t>(c)))
-                c = kReplacement;
-            if (c < 0x800) {
-                char b[2] = {static_cast<char>(0xC0 | (c >> 6)),
-                             static_cast<char>(0x80 | (c & 0x3F))};
-                out.append(b, 2);
-            } else {
-                char b[3] = {static_cast<char>(0xE0 | (c >> 12)),
-                             static_cast<char>(0x80 | ((c >> 6) & 0x3F)),
-                             static_cast<char>(0x80 | (c & 0x3F))};
-                out.append(b, 3);
-            }
-            ++i;
+            if (i < n) i = encodeOne(p, n, i);
         }
     }
-    void unit(wchar_t c) { units(&c, 1); }
-    // Markup literals are ASCII.
-    void literal(wchar_t const *p, size_t n) {
-        for (size_t i = 0; i < n; ++i) out.push_back(static_cast<char>(p[i]));
+    // Encodes the non-ASCII unit at p[i] (with its partner when it starts a pair); returns the
+    // index after it.
+    size_t encodeOne(wchar_t const *p, size_t n, size_t i) {
+        unsigned c = static_cast<unsigned>(p[i]) & 0xFFFF;
+        if (isHighSurrogate(static_cast<wchar_t>(c)) && i + 1 < n && isLowSurrogate(p[i + 1])) {
+            unsigned cp = 0x10000 + ((c - 0xD800) << 10) +
+                          ((static_cast<unsigned>(p[i + 1]) & 0xFFFF) - 0xDC00);
+            char b[4] = {static_cast<char>(0xF0 | (cp >> 18)),
+                         static_cast<char>(0x80 | ((cp >> 12) & 0x3F)),
+                         static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
+                         static_cast<char>(0x80 | (cp & 0x3F))};
+            out.append(b, 4);
+            return i + 2;
+        }
+        if (isHighSurrogate(static_cast<wchar_t>(c)) || isLowSurrogate(static_cast<wchar_t>(c)))
+            c = kReplacement;
+        if (c < 0x800) {
+            char b[2] = {static_cast<char>(0xC0 | (c >> 6)), static_cast<char>(0x80 | (c & 0x3F))};
+            out.append(b, 2);
+        } else {
+            char b[3] = {static_cast<char>(0xE0 | (c >> 12)),
+                         static_cast<char>(0x80 | ((c >> 6) & 0x3F)),
+                         static_cast<char>(0x80 | (c & 0x3F))};
+            out.append(b, 3);
+        }
+        return i + 1;
     }
+    void unit(wchar_t c) { units(&c, 1); }
+    void literal(Lit const &l) { out.append(l.narrow, l.length); }
+    // 8-bit text (run-type names, numbers), one unit per byte: usually ASCII, copied as it is.
     void bytes(char const *p, size_t n) {
-        for (size_t i = 0; i < n; ++i) {
+        size_t ascii = 0;
+        while (ascii < n && static_cast<unsigned char>(p[ascii]) < 0x80) ++ascii;
+        out.append(p, ascii);
+        for (size_t i = ascii; i < n; ++i) {
             wchar_t c = static_cast<wchar_t>(static_cast<unsigned char>(p[i]));
             units(&c, 1);
         }
     }
 };
-
-template <size_t N>
-void put(auto &sink, wchar_t const (&lit)[N]) {
-    sink.literal(lit, N - 1);
-}
 
 template <class Sink>
 void escapeTo(Sink &sink, wchar_t const *p, size_t n) {
@@ -103,19 +111,19 @@ void escapeTo(Sink &sink, wchar_t const *p, size_t n) {
         run = i + 1;
         switch (c) {
             case L'<':
-                put(sink, L"&#x003C;");
+                sink.literal(KR_XML_LIT("&#x003C;"));
                 break;
             case L'"':
-                put(sink, L"&#x0022;");
+                sink.literal(KR_XML_LIT("&#x0022;"));
                 break;
             case L'\r':
-                put(sink, L"&#x000d;");
+                sink.literal(KR_XML_LIT("&#x000d;"));
                 break;
             case L'\n':
-                put(sink, L"&#x000a;");
+                sink.literal(KR_XML_LIT("&#x000a;"));
                 break;
             case L'&':
-                put(sink, L"&#x0026;");
+                sink.literal(KR_XML_LIT("&#x0026;"));
                 break;
             default: {
                 wchar_t pair[2] = {static_cast<wchar_t>(0xDB80), static_cast<wchar_t>(0xDC00 + c)};
@@ -141,11 +149,12 @@ void writeValue(Sink &sink, CKrVariantData const *data, CKrStringW &scratch) {
         }
         case K::krDATA_DOUBLE:
             if constexpr (std::is_same_v<Sink, Utf8Sink>) {
-                char buf[40];
-                int n = std::snprintf(
-                    buf, sizeof buf, "%.15g",
-                    *static_cast<double const *>(const_cast<K *>(data)->GetValuePtr()));
-                if (n > 0) sink.bytes(buf, static_cast<size_t>(n));
+                // std::to_chars with a precision is defined as printf's "%.15g" in the C locale.
+                char buf[64];
+                double value = *static_cast<double const *>(const_cast<K *>(data)->GetValuePtr());
+                auto r =
+                    std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 15);
+                sink.bytes(buf, static_cast<size_t>(r.ptr - buf));
                 return;
             }
             break;
@@ -181,30 +190,65 @@ void emit(Sink &sink, CKrVariant const &root, bool indent) {
         }
         std::wstring const &name = e.node->GetName().GetStdString();
         if (e.close) {
-            put(sink, L"</");
+            sink.literal(KR_XML_LIT("</"));
             sink.units(name.data(), name.size());
-            put(sink, L">");
+            sink.literal(KR_XML_LIT(">"));
         } else {
-            put(sink, L"<");
+            sink.literal(KR_XML_LIT("<"));
             sink.units(name.data(), name.size());
-            put(sink, L" runtype=\"");
+            sink.literal(KR_XML_LIT(" runtype=\""));
             CKrStringA const &type = e.node->GetRunType().GetName();
             sink.bytes(type.GetString(), type.GetLength());
-            put(sink, L"\"");
+            sink.literal(KR_XML_LIT("\""));
             if (CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(*e.node)) {
-                put(sink, L">");
+                sink.literal(KR_XML_LIT(">"));
                 stack.push_back({e.node, e.depth, true});
                 CKrVariantAccess::Items const &items = CKrVariantAccess::ItemsOf(list->GetList());
                 for (auto it = items.rbegin(); it != items.rend(); ++it)
                     if (*it) stack.push_back({*it, e.depth + 1, false});
             } else {
-                put(sink, L" value=\"");
+                sink.literal(KR_XML_LIT(" value=\""));
                 writeValue(sink, CKrVariantAccess::DataOf(*e.node), scratch);
-                put(sink, L"\"/>");
+                sink.literal(KR_XML_LIT("\"/>"));
             }
         }
-        if (indent) put(sink, L"\r\n");
+        if (indent) sink.literal(KR_XML_LIT("\r\n"));
     }
+}
+
+// A close guess of the units (or bytes, for ASCII text) the element of `root` takes, from names
+// and string lengths alone: reserved once, it spares the output the copies and fresh pages of
+// repeated regrowth on large trees.  Caller holds the list lock.
+size_t estimateSize(CKrVariant const &root) {
+    size_t total = 0;
+    std::vector<CKrVariant const *> stack{&root};
+    while (!stack.empty()) {
+        CKrVariant const *node = stack.back();
+        stack.pop_back();
+        total += 2 * node->GetName().GetLength() + node->GetRunType().GetName().GetLength() + 24;
+        CKrVariantData *data = CKrVariantAccess::DataOf(*node);
+        if (!data) continue;
+        switch (data->GetKind()) {
+            case CKrVariantData::krDATA_LIST:
+                for (CKrVariant const *child : CKrVariantAccess::ItemsOf(
+                         static_cast<CKrVariantDataCKrListVariant *>(data)->GetList()))
+                    if (child) stack.push_back(child);
+                break;
+            case CKrVariantData::krDATA_STRINGW: {
+                size_t n = static_cast<CKrStringW const *>(data->GetValuePtr())->GetLength();
+                total += n + n / 8;
+                break;
+            }
+            case CKrVariantData::krDATA_BYTEARRAY:
+                total +=
+                    (static_cast<CKrByteArray const *>(data->GetValuePtr())->GetSize() + 2) / 3 * 4;
+                break;
+            default:
+                total += 24;
+                break;
+        }
+    }
+    return total;
 }
 
 CKrVariantData *emptyValueOf(CKrVariant const *sample) {
@@ -271,11 +315,15 @@ void RevalidateAttValue(std::wstring &text) {
 }
 
 void AppendElementW(std::wstring &out, CKrVariant const &v, bool indent) {
+    std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
+    out.reserve(out.size() + estimateSize(v));
     WideSink sink{out};
     emit(sink, v, indent);
 }
 
 void AppendElementUtf8(std::string &out, CKrVariant const &v) {
+    std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
+    out.reserve(out.size() + estimateSize(v));
     Utf8Sink sink{out};
     emit(sink, v, false);
 }

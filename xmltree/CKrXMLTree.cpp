@@ -1,6 +1,8 @@
 // CKrXMLTree: the document node, its serialisation and the expat-driven parser.
 #include "xmltree/CKrXMLTree.h"
 
+#include <expat.h>
+
 #include <algorithm>
 #include <climits>
 #include <new>
@@ -9,28 +11,31 @@
 #include <utility>
 #include <vector>
 
-#include <expat.h>
-
-#include "xmltree/XmlInternal.h"
+#include "xmltree/internal/XmlAttributeMap.h"
+#include "xmltree/internal/XmlMemory.h"
+#include "xmltree/internal/XmlText.h"
+#include "xmltree/internal/XmlWriter.h"
 
 static_assert(sizeof(XML_Char) == 2, "the tree needs expat built for UTF-16 (libexpatw)");
+
+namespace orvik::detail {
 
 // Parse state beside the tree's element stack.  The element stack is the tree's (it survives a
 // failed parse, see the header); the last-child cache lets handlers append in constant time
 // instead of walking the chain, and is rebuilt lazily at every parse.
-struct CKrXMLTreeParser {
+struct XmlTreeParser {
     CKrXMLTree *tree;
     XML_Parser parser;
     std::vector<CKrXMLNode *> lastChild;  // [k]: last child of the element active at depth k
     std::wstring attribs;
-    std::vector<size_t> order;  // attribute pairs in name order
-    CKrXMLNodeSlab *slab = nullptr;  // block the new nodes (and their attributes) are carved from
-    size_t nextSlabBytes = CKrXMLNodeSlab::kFirstBytes;
+    std::vector<size_t> order;    // attribute pairs in name order
+    XmlNodeSlab *slab = nullptr;  // block the new nodes (and their attributes) are carved from
+    size_t nextSlabBytes = XmlNodeSlab::kFirstBytes;
     static constexpr size_t kNodeSlot =  // header + node
-        CKrXMLNodeSlab::kHeaderBytes + ((sizeof(CKrXMLNode) + 15) & ~size_t{15});
+        XmlNodeSlab::kHeaderBytes + ((sizeof(CKrXMLNode) + 15) & ~size_t{15});
     bool outOfMemory = false;
 
-    ~CKrXMLTreeParser() { CKrXMLNodeSlab::Close(slab); }
+    ~XmlTreeParser() { XmlNodeSlab::Close(slab); }
 
     // wcscmp on zero-terminated UTF-16 (units compared as unsigned values).
     static int Compare(XML_Char const *a, XML_Char const *b) {
@@ -56,10 +61,10 @@ struct CKrXMLTreeParser {
     // the heap (the carving falls back by itself).
     void MakeRoom(size_t bytes) {
         if (slab && slab->Fits(bytes)) return;
-        if (bytes > CKrXMLNodeSlab::kLargestBytes / 2) return;
-        CKrXMLNodeSlab::Close(slab);
-        slab = CKrXMLNodeSlab::Create(nextSlabBytes);  // null: pieces get their own allocations
-        nextSlabBytes = CKrXMLNodeSlab::NextSize(nextSlabBytes);
+        if (bytes > XmlNodeSlab::kLargestBytes / 2) return;
+        XmlNodeSlab::Close(slab);
+        slab = XmlNodeSlab::Create(nextSlabBytes);  // null: pieces get their own allocations
+        nextSlabBytes = XmlNodeSlab::NextSize(nextSlabBytes);
     }
 
     // Appends a node under the active element.
@@ -84,16 +89,16 @@ struct CKrXMLTreeParser {
     }
 
     static void XMLCALL Start(void *user, XML_Char const *name, XML_Char const **atts) {
-        auto *self = static_cast<CKrXMLTreeParser *>(user);
+        auto *self = static_cast<XmlTreeParser *>(user);
         try {
             CKrXMLTree *tree = self->tree;
             size_t pairs = 0;
             while (atts[2 * pairs]) ++pairs;
-            typedef CKrXMLAttributeMap::value_type Entry;
+            typedef XmlAttributeMap::value_type Entry;
             // The node and its attribute array side by side in the block.
             if (pairs)
-                self->MakeRoom(kNodeSlot + CKrXMLNodeSlab::kHeaderBytes +
-                               CKrXMLNodeSlab::Round(pairs * sizeof(Entry)));
+                self->MakeRoom(kNodeSlot + XmlNodeSlab::kHeaderBytes +
+                               XmlNodeSlab::Round(pairs * sizeof(Entry)));
             CKrXMLNode *node = self->Append(krXML_ELEMENT);
             node->m_content = Wide(name);
             bool keepOrder = tree->m_keepAttribsOrder;
@@ -104,7 +109,7 @@ struct CKrXMLTreeParser {
                         self->attribs += L' ';
                         self->attribs += Wide(atts[2 * i]);
                         self->attribs += L"=\"";
-                        orvik_xml::AppendEscaped(self->attribs, Wide(atts[2 * i + 1]));
+                        orvik::detail::AppendEscaped(self->attribs, Wide(atts[2 * i + 1]));
                         self->attribs += L'"';
                     }
                 }
@@ -126,11 +131,11 @@ struct CKrXMLTreeParser {
                         order[kept++] = order[k];
                 order.resize(kept);
                 {
-                    CKrXMLAttributeFill fill(self->slab);
-                    node->m_attributes.reserve(order.size());
+                    XmlAttributeFill fill(self->slab);
+                    node->Attrs().reserve(order.size());
                 }
                 for (size_t i : order)
-                    node->m_attributes.AppendInOrder(Wide(atts[2 * i]), Wide(atts[2 * i + 1]));
+                    node->Attrs().AppendInOrder(Wide(atts[2 * i]), Wide(atts[2 * i + 1]));
             }
             if (keepOrder && !self->attribs.empty()) node->m_attribsText = self->attribs;
             tree->m_elementStack.push_back(node);
@@ -142,7 +147,7 @@ struct CKrXMLTreeParser {
     }
 
     static void XMLCALL End(void *user, XML_Char const *) {
-        auto *self = static_cast<CKrXMLTreeParser *>(user);
+        auto *self = static_cast<XmlTreeParser *>(user);
         std::deque<CKrXMLNode *> &stack = self->tree->m_elementStack;
         if (stack.empty()) return;
         stack.pop_back();
@@ -151,7 +156,7 @@ struct CKrXMLTreeParser {
     }
 
     static void XMLCALL Characters(void *user, XML_Char const *s, int len) {
-        auto *self = static_cast<CKrXMLTreeParser *>(user);
+        auto *self = static_cast<XmlTreeParser *>(user);
         size_t begin = 0, end = len > 0 ? static_cast<size_t>(len) : 0;
         if (self->tree->m_dropWhitespace) {
             auto blank = [](XML_Char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
@@ -168,7 +173,7 @@ struct CKrXMLTreeParser {
     }
 
     static void XMLCALL Comment(void *user, XML_Char const *data) {
-        auto *self = static_cast<CKrXMLTreeParser *>(user);
+        auto *self = static_cast<XmlTreeParser *>(user);
         try {
             CKrXMLNode *node = self->Append(krXML_COMMENT);
             node->m_content = Wide(data);
@@ -178,15 +183,26 @@ struct CKrXMLTreeParser {
     }
 };
 
+}  // namespace orvik::detail
+
+using orvik::detail::XmlTreeParser;
+
 CKrXMLTree::CKrXMLTree()
-    : CKrXMLNode(krXML_DOCUMENT, nullptr), m_dropWhitespace(true), m_prettyXML(true), m_spare(0),
-      m_useXMLHeader(true), m_keepAttribsOrder(false) {}
+    : CKrXMLNode(krXML_DOCUMENT, nullptr),
+      m_dropWhitespace(true),
+      m_prettyXML(true),
+      m_spare(0),
+      m_useXMLHeader(true),
+      m_keepAttribsOrder(false) {}
 
 CKrXMLTree::CKrXMLTree(CKrXMLTree const &other)
-    : CKrXMLNode(other.m_type, nullptr), m_dropWhitespace(other.m_dropWhitespace),
-      m_prettyXML(other.m_prettyXML), m_spare(0), m_useXMLHeader(other.m_useXMLHeader),
+    : CKrXMLNode(other.m_type, nullptr),
+      m_dropWhitespace(other.m_dropWhitespace),
+      m_prettyXML(other.m_prettyXML),
+      m_spare(0),
+      m_useXMLHeader(other.m_useXMLHeader),
       m_keepAttribsOrder(other.m_keepAttribsOrder) {
-    m_attributes = other.m_attributes;
+    Attrs() = other.Attrs();
     m_attribsText = other.m_attribsText;
     m_content = other.m_content;
     CloneChildrenFrom(&other);
@@ -196,7 +212,7 @@ CKrXMLTree &CKrXMLTree::operator=(CKrXMLTree const &other) {
     if (this == &other) return *this;
     DestroyChildren();
     m_elementStack.clear();
-    m_attributes = other.m_attributes;
+    Attrs() = other.Attrs();
     m_attribsText = other.m_attribsText;
     m_content = other.m_content;
     m_type = other.m_type;
@@ -221,7 +237,7 @@ int CKrXMLTree::GetValue(CKrStringW &out, bool indent, bool /*pretty: the tree's
 int CKrXMLTree::GetValueInternal(CKrStringW &out, unsigned int level, bool indent, bool pretty) {
     out.Empty();
     if (m_useXMLHeader) out += L"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\r\n";
-    return CKrXMLNodeAccess::Serialize(this, out, level, indent, pretty, true);
+    return orvik::detail::XmlWriter::Write(this, out, level, indent, pretty, true);
 }
 
 int CKrXMLTree::SetValue(char *buffer, unsigned long long size, bool dropWhitespace) {
@@ -248,21 +264,22 @@ int CKrXMLTree::SetValue(CKrStringW const &text, bool dropWhitespace) {
 int CKrXMLTree::ParseBytes(char const *buffer, unsigned long long size) {
     XML_Parser parser = XML_ParserCreate(nullptr);
     if (!parser) return -3;
-    CKrXMLTreeParser state;
+    XmlTreeParser state;
     state.tree = this;
     state.parser = parser;
     state.lastChild.assign(m_elementStack.size() + 1, nullptr);
     XML_SetUserData(parser, &state);
-    XML_SetElementHandler(parser, &CKrXMLTreeParser::Start, &CKrXMLTreeParser::End);
-    XML_SetCharacterDataHandler(parser, &CKrXMLTreeParser::Characters);
-    XML_SetCommentHandler(parser, &CKrXMLTreeParser::Comment);
+    XML_SetElementHandler(parser, &XmlTreeParser::Start, &XmlTreeParser::End);
+    XML_SetCharacterDataHandler(parser, &XmlTreeParser::Characters);
+    XML_SetCommentHandler(parser, &XmlTreeParser::Comment);
     // One final call; inputs beyond expat's int length go in pieces, the last one final.
     constexpr unsigned long long kPiece = 1ull << 30;
     XML_Status status = XML_STATUS_OK;
     do {
         unsigned long long piece = size > kPiece ? kPiece : size;
         size -= piece;
-        status = XML_Parse(parser, buffer, static_cast<int>(piece), size == 0 ? XML_TRUE : XML_FALSE);
+        status =
+            XML_Parse(parser, buffer, static_cast<int>(piece), size == 0 ? XML_TRUE : XML_FALSE);
         buffer += piece;
     } while (status == XML_STATUS_OK && size > 0);
     XML_ParserFree(parser);

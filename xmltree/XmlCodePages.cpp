@@ -1,8 +1,8 @@
 // Byte-to-UTF-16 conversion for the encodings a file header may name, and UTF-16 to UTF-8 for
 // saving.  The 8-bit pages are plain tables of their upper halves (the lower half is ASCII).
-#include "xmltree/XmlInternal.h"
+#include "xmltree/internal/XmlText.h"
 
-namespace orvik_xml {
+namespace orvik::detail {
 
 namespace {
 
@@ -134,4 +134,4 @@ void Utf16ToUtf8(wchar_t const *text, size_t length, std::string &out) {
     }
 }
 
-}  // namespace orvik_xml
+}  // namespace orvik::detail

@@ -7,9 +7,9 @@
 
 #include "platform/KrPlatform.h"
 #include "xmltree/CKrXMLTree.h"
-#include "xmltree/XmlInternal.h"
+#include "xmltree/internal/XmlText.h"
 
-using orvik_xml::kSource;
+using orvik::detail::kXmlTreeSource;
 
 namespace {
 
@@ -106,7 +106,7 @@ int CKrXMLTree::LoadFromFile(CKrStringW path, bool dropWhitespace) {
     if (codePage == 0) {
         std::wstring wide(name.begin(), name.end());  // byte for unit, as the name was written
         for (wchar_t &c : wide) c &= 0xFF;
-        DiagOutputExW(kSource, __LINE__,
+        DiagOutputExW(kXmlTreeSource, __LINE__,
                       L"ERROR: CKrXMLTree::ConvertBuffer2UTF16 - file encoding %s is not implemented",
                       wide.c_str());
         return -2;
@@ -115,13 +115,13 @@ int CKrXMLTree::LoadFromFile(CKrStringW path, bool dropWhitespace) {
     try {
         converted.reserve(length + 1);
         converted.push_back(0xFEFF);
-        orvik_xml::CodePageToUtf16(codePage, bytes, length, converted);
+        orvik::detail::CodePageToUtf16(codePage, bytes, length, converted);
     } catch (std::bad_alloc const &) {
         return -3;
     }
     buffer.reset();
     if (converted.size() <= 1) {
-        DiagOutputExW(kSource, __LINE__,
+        DiagOutputExW(kXmlTreeSource, __LINE__,
                       L"ERROR: CKrXMLTree::ConvertBuffer2UTF16 - conversion from code page %u gave no text",
                       codePage);
         return -9;
@@ -154,7 +154,7 @@ int CKrXMLTree::SaveToFile(CKrStringW path, bool indent, bool utf8) {
         if (utf8) {
             std::string bytes;
             if (header) bytes = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n";
-            orvik_xml::Utf16ToUtf8(s.data(), s.size(), bytes);
+            orvik::detail::Utf16ToUtf8(s.data(), s.size(), bytes);
             rc = write("\xEF\xBB\xBF", 3);
             if (rc == 0) rc = write(bytes.data(), bytes.size());
             return rc;

@@ -1,9 +1,9 @@
 // Escaping and the special characters of path names.
 #include <cwchar>
 
-#include "xmltree/XmlInternal.h"
+#include "xmltree/internal/XmlText.h"
 
-namespace orvik_xml {
+namespace orvik::detail {
 
 void AppendEscaped(std::wstring &out, wchar_t const *text, size_t length) {
     ForEachEscapedPiece(text, length, [&out](wchar_t const *piece, size_t n) { out.append(piece, n); });
@@ -14,4 +14,4 @@ bool IsSpecialPathChar(wchar_t c) {
     return c != 0 && std::wcschr(kSpecial, c) != nullptr;
 }
 
-}  // namespace orvik_xml
+}  // namespace orvik::detail

@@ -7,10 +7,11 @@
 #include "platform/KrPlatform.h"
 #include "strings/CKrStringUtils.h"
 #include "xmltree/CKrXMLNode.h"
-#include "xmltree/XmlInternal.h"
+#include "xmltree/internal/XmlAttributeMap.h"
+#include "xmltree/internal/XmlText.h"
 
-using orvik_xml::IsSpecialPathChar;
-using orvik_xml::kSource;
+using orvik::detail::IsSpecialPathChar;
+using orvik::detail::kXmlTreeSource;
 
 namespace {
 
@@ -28,7 +29,9 @@ bool HasSpecialChar(std::wstring const &s) {
     return false;
 }
 
-void InvalidExpression(int line) { DiagOutputExW(kSource, line, L"Invalid xpath expresion."); }
+void InvalidExpression(int line) {
+    DiagOutputExW(kXmlTreeSource, line, L"Invalid xpath expresion.");
+}
 
 // Keeps the first occurrence of every entry (null included), in order.
 void RemoveDuplicates(CKrXMLNodeSet &set) {
@@ -42,10 +45,11 @@ void RemoveDuplicates(CKrXMLNodeSet &set) {
 }
 
 // Axis keywords in the order of EKrXPathAxis.
-wchar_t const *const kAxisNames[] = {
-    L"ancestor",  L"ancestor-or-self", L"attribute", L"child",   L"descendant",
-    L"descendant-or-self", L"following", L"following-sibling", L"namespace", L"parent",
-    L"preceding", L"preceding-sibling", L"self"};
+wchar_t const *const kAxisNames[] = {L"ancestor",  L"ancestor-or-self",  L"attribute",
+                                     L"child",     L"descendant",        L"descendant-or-self",
+                                     L"following", L"following-sibling", L"namespace",
+                                     L"parent",    L"preceding",         L"preceding-sibling",
+                                     L"self"};
 
 }  // namespace
 
@@ -116,13 +120,14 @@ int CKrXMLNode::ProcessXPath(CKrStringW pathIn, CKrXMLNodeSet context, CKrXMLNod
                 result = context;
                 return 0;
             }
-            DiagOutputExW(kSource, __LINE__,
+            DiagOutputExW(kXmlTreeSource, __LINE__,
                           L"ProcessXPath - Invalid parameters for xpath ending with attribute.");
             return -4;
         }
 
         // "//b" (descendant steps) is not supported; a doubled or trailing slash is invalid.
-        if (path[0] == L'/') return (path.size() >= 3 && path[1] == L'/' && path[2] != L'/') ? -2 : -4;
+        if (path[0] == L'/')
+            return (path.size() >= 3 && path[1] == L'/' && path[2] != L'/') ? -2 : -4;
 
         RemoveDuplicates(context);
 
@@ -141,7 +146,7 @@ int CKrXMLNode::ProcessXPath(CKrStringW pathIn, CKrXMLNodeSet context, CKrXMLNod
             if (free && afterFilter) {
                 if (c == L' ') continue;
                 if (c != L'[') {
-                    DiagOutputExW(kSource, __LINE__, L"Invalid token %c", c);
+                    DiagOutputExW(kXmlTreeSource, __LINE__, L"Invalid token %c", c);
                     return -4;
                 }
             }
@@ -159,7 +164,7 @@ int CKrXMLNode::ProcessXPath(CKrStringW pathIn, CKrXMLNodeSet context, CKrXMLNod
             } else if (c == L']' && depth > 0) {
                 if (--depth == 0) {
                     if (i == filterStart) {
-                        DiagOutputExW(kSource, __LINE__, L"Empty filter not allowed.");
+                        DiagOutputExW(kXmlTreeSource, __LINE__, L"Empty filter not allowed.");
                         return -4;
                     }
                     filters.emplace_back(path.substr(filterStart, i - filterStart));
@@ -207,12 +212,12 @@ int CKrXMLNode::ProcessXPath(CKrStringW pathIn, CKrXMLNodeSet context, CKrXMLNod
             for (int a = 0; a < static_cast<int>(sizeof(kAxisNames) / sizeof(kAxisNames[0])); ++a)
                 if (word == kAxisNames[a]) axis = a;
             if (axis < 0) {
-                DiagOutputExW(kSource, __LINE__, L"Unknown axis %s", word.c_str());
+                DiagOutputExW(kXmlTreeSource, __LINE__, L"Unknown axis %s", word.c_str());
                 return -4;
             }
             name.erase(0, axisEnd + 2);
             if (axis != krXPATH_CHILD) {
-                DiagOutputExW(kSource, __LINE__, L"Just child axis supported");
+                DiagOutputExW(kXmlTreeSource, __LINE__, L"Just child axis supported");
                 return -2;
             }
         }
@@ -293,7 +298,7 @@ int CKrXMLNode::ProcessXPFilters(std::vector<CKrStringW> const &filters, CKrXMLN
             supported = ok && !name.empty() && validOp;
         }
         if (!supported) {
-            DiagOutputExW(kSource, __LINE__, L"xpath filter %s not implemented", f.c_str());
+            DiagOutputExW(kXmlTreeSource, __LINE__, L"xpath filter %s not implemented", f.c_str());
             continue;  // ignored
         }
         CKrStringW key(name);
@@ -304,8 +309,9 @@ int CKrXMLNode::ProcessXPFilters(std::vector<CKrStringW> const &filters, CKrXMLN
                 if (n->AttrExist(key)) kept.AddItem(n);
                 continue;
             }
-            auto it = n->m_attributes.find(key);
-            bool equal = (it == n->m_attributes.end() ? std::wstring() : it->second.GetStdString()) == value;
+            auto it = n->Attrs().find(key);
+            bool equal =
+                (it == n->Attrs().end() ? std::wstring() : it->second.GetStdString()) == value;
             if (equal == (op == L"=")) kept.AddItem(n);
         }
         nodes = kept;

@@ -19,6 +19,9 @@
 //     unreadable (-9);
 //   - a surrogate without its partner: the wide form writes it as it is and the reader refuses
 //     the document (-9); the UTF-8 form writes U+FFFD instead;
+//   - U+FFFE and U+FFFF are no XML characters: written as they are, the document is refused;
+//   - the private-use characters U+F0000..U+F001F (except those of tab, LF, CR) come back as
+//     the control characters whose escape they are;
 //   - Null reads back as Null ("unknown"); a "value" on such an element is ignored;
 //   - doubles: the wide form keeps 15 digits after the point ("%.15f", so tiny values become
 //     0), the UTF-8 form 15 significant digits.

@@ -28,11 +28,11 @@ public:
     // Usable size of a block from Alloc/ReAlloc (0 for null and for registered shared-pointer
     // data, whose size is not known here).
     static size_t Size(void *p, size_t alignment = 16);
-    static bool IsBadPtr(void *p, size_t size);     // always false
-    static unsigned int CheckAllMemory();           // always 1
-    static unsigned int CheckAllMemoryInAllHeaps(); // always 1
-    static size_t TotalFreeMemory();                // available physical memory, bytes
-    static size_t TotalPhysMemory();                // total physical memory, bytes
+    static bool IsBadPtr(void *p, size_t size);      // always false
+    static unsigned int CheckAllMemory();            // always 1
+    static unsigned int CheckAllMemoryInAllHeaps();  // always 1
+    static size_t TotalFreeMemory();                 // available physical memory, bytes
+    static size_t TotalPhysMemory();                 // total physical memory, bytes
 
     // Registers the data pointer of `sp` (keeping a reference) so that Free/ReAlloc of that
     // pointer release the shared pointer instead of freeing the block.  False for an empty sp.

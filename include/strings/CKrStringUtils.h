@@ -45,7 +45,8 @@ public:
     // Placeholders kept for their callers: always "" / always false, outputs untouched.
     static char const *GuessEncoding(void const *data, unsigned int size);
     static char const *GuessEncoding(CKrStringW text);
-    static bool Binary2Wide(void const *data, unsigned int size, CKrStringW &out, char const *encoding);
+    static bool Binary2Wide(void const *data, unsigned int size, CKrStringW &out,
+                            char const *encoding);
     static bool Wide2Binary(wchar_t const *text, CKrStringA &out, char const *encoding);
 
     CKrStringUtils &operator=(CKrStringUtils const &) = default;

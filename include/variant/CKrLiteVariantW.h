@@ -91,15 +91,21 @@ public:
     int GetDepth() const { return m_depth; }     // open levels - 1 (-1: none open)
 
 private:
+    // A child of an open level: its offset from the level's start and its first eight name
+    // units as two numbers (the first unit most significant), the sort key of the index.
+    struct Child {
+        kr_uint64 hi, lo, offset;
+    };
     struct Level {
         kr_uint64 start;     // offset of the level's type code
-        kr_uint64 *offsets;  // children's offsets from start, in writing order
+        Child *children;     // in writing order
         kr_uint32 capacity;  // grows by 32 entries
         kr_uint32 count;
+        kr_uint32 reserved;  // entries the memory holds: grows geometrically beneath capacity
     };
 
     int reserve(kr_uint64 bytes);
-    int addChild();
+    int addChild(wchar_t const *name, size_t nameLength);
     kr_uint8 *writeHead(int type, wchar_t const *name, kr_uint64 valueBytes);
     int setFixed(int type, void const *value, kr_uint64 bytes, wchar_t const *name);
     int setUnits(wchar_t const *value, size_t length, wchar_t const *name);

@@ -43,8 +43,15 @@
 
 #include "platform/KrTypes.h"
 #include "strings/CKrStringW.h"
-#include "xmltree/CKrXMLAttributeMap.h"
 #include "xmltree/CKrXMLNodeSet.h"
+
+// Private parts of the library, named here only (never defined in a public header).
+namespace orvik::detail {
+class XmlAttributeMap;
+struct XmlNodeSlab;
+struct XmlWriter;
+struct XmlTreeParser;
+}  // namespace orvik::detail
 
 // The kind of a node (32 bits).
 enum CKrXMLNodeType : kr_int32 {
@@ -55,23 +62,16 @@ enum CKrXMLNodeType : kr_int32 {
     krXML_DOCUMENT = 4                 // only the document (CKrXMLTree) itself
 };
 
-struct CKrXMLNodeSlab;  // a parser's block (CKrXMLMemory.h)
-
 class ORVIK_API CKrXMLNode {
 public:
-    // Nodes are allocated through CKrXMLMemory: the parser puts the nodes it builds side by side
-    // in shared blocks (fewer, cheaper allocations), everything else gets its own allocation.
-    // `delete` works the same for both; a block is released with its last node.
+    // The parser puts the nodes it builds side by side in shared blocks (fewer, cheaper
+    // allocations); every other node gets its own allocation.  `delete` works the same for both;
+    // a block is released with its last node.
     static void *operator new(size_t size);
-    static void *operator new(size_t size, CKrXMLNodeSlab *slab);  // null: own allocation
     static void operator delete(void *p);
-    static void operator delete(void *p, CKrXMLNodeSlab *slab);  // a failed constructor
     // Construction in caller-provided storage stays available (the members above hide it).
     static void *operator new(size_t, void *where) noexcept { return where; }
     static void operator delete(void *, void *) noexcept {}
-
-    // Sorted by name, like a std::map<CKrStringW, CKrStringW> (see CKrXMLAttributeMap.h).
-    typedef CKrXMLAttributeMap AttributeMap;
 
     // An element with an empty name and no links.
     CKrXMLNode();
@@ -123,6 +123,8 @@ public:
     CKrXMLNode *Sibling(CKrStringW const &name) const;
 
     // ---- attributes ------------------------------------------------------------------------
+    // Attributes are kept sorted by name, units compared as unsigned values (CKrStringW's
+    // operator<), and written in that order unless the attribute text is set.
     // Inserts or replaces, then empties the attribute text (output returns to sorted order).
     void SetAttr(CKrStringW const &name, CKrStringW const &value);
     // 0 and the value, or -13 with `value` untouched.
@@ -135,7 +137,11 @@ public:
     // item is a blank, the name, "=" and the escaped value in double quotes.
     void SetAttribsText(CKrStringW const &text);
     CKrStringW const &GetAttribsText() const { return m_attribsText; }
-    AttributeMap const &Attributes() const { return m_attributes; }
+    // Number of attributes.
+    unsigned int GetAttrCount() const;
+    // 0 with the name and value of the attribute at `index` in name order, or -4 (both outputs
+    // untouched) when index >= GetAttrCount().
+    int GetAttrAt(unsigned int index, CKrStringW &name, CKrStringW &value) const;
 
     // ---- path queries --------------------------------------------------------------------
     // Fills `result` (replaced) with the matching nodes.  A path ending in an attribute step is
@@ -152,13 +158,16 @@ public:
 protected:
     // Appends a new node of that kind to this node's children after `last` (null: as first
     // child).  The parser uses it to append in constant time.
-    CKrXMLNode *AppendAfter(CKrXMLNode *last, CKrXMLNodeType kind, CKrXMLNodeSlab *slab = nullptr);
+    CKrXMLNode *AppendAfter(CKrXMLNode *last, CKrXMLNodeType kind,
+                            orvik::detail::XmlNodeSlab *slab = nullptr);
     // Destroys every child (iteratively) and leaves this node without children.
     void DestroyChildren();
     // Deep copy of everything, attribute text included, used by the document's copy.
     void CloneChildrenFrom(CKrXMLNode const *source);
 
-    AttributeMap m_attributes;
+    // The attribute map, kept in place (no allocation of its own): one sorted array of name and
+    // value pairs, reached through Attrs().  Its size is checked where it is defined.
+    alignas(void *) unsigned char m_attributes[3 * sizeof(void *)];
     CKrStringW m_attribsText;
     CKrStringW m_content;
     CKrXMLNodeType m_type;
@@ -166,7 +175,15 @@ protected:
     CKrXMLNode *m_pSibling;
     CKrXMLNode *m_pParent;
 
+    // The map in m_attributes (its type is private to the library).
+    orvik::detail::XmlAttributeMap &Attrs();
+    orvik::detail::XmlAttributeMap const &Attrs() const;
+
 private:
+    // Storage from a parser's block (null: an allocation of its own).
+    static void *operator new(size_t size, orvik::detail::XmlNodeSlab *slab);
+    static void operator delete(void *p, orvik::detail::XmlNodeSlab *slab);  // failed constructor
+
     enum EKrXPathAxis {
         krXPATH_ANCESTOR = 0,
         krXPATH_ANCESTOR_OR_SELF = 1,
@@ -190,8 +207,8 @@ private:
                             CKrStringW *attributeName, bool allowAttribute);
     static int ProcessXPFilters(std::vector<CKrStringW> const &filters, CKrXMLNodeSet &nodes);
 
-    friend struct CKrXMLNodeAccess;
-    friend struct CKrXMLTreeParser;
+    friend struct orvik::detail::XmlWriter;
+    friend struct orvik::detail::XmlTreeParser;
 };
 
 #endif

@@ -24,13 +24,23 @@
 // iterate).  Memory use is proportional to the document: about 150 bytes per node plus 64 bytes
 // per attribute, plus the text (4 bytes per character), and about twice the document while it is
 // being parsed.  Parsed nodes and their attribute arrays sit side by side in blocks that grow
-// from 64 KiB to 2 MiB, each released with its last piece (CKrXMLMemory.h).  Indented pretty
+// from 64 KiB to 2 MiB, each released with its last piece.  Indented pretty
 // output grows with the square of the depth (3 blanks per level on every line), so very deep
 // documents are better written with indent off.
 //
-// Serialisation escapes only '"', '<', '>' and '&' in text and attribute values and writes
-// every other character as it is: control characters in attribute values are therefore
-// normalised to blanks when the output is parsed again.
+// What the tree cannot save.  Serialisation escapes only '"', '<', '>' and '&' in text and
+// attribute values and writes every other character as it is; it never writes a character
+// reference.  Consequences for a value or text set through the interface:
+//  - a control character other than tab, LF and CR (U+0001-U+0008, U+000B, U+000C,
+//    U+000E-U+001F) is written as it is, and the saved document does not parse again (-9 from
+//    SetValue or LoadFromFile);
+//  - tab, LF and CR in an attribute value come back as blanks, and CR in text comes back as LF
+//    (the line-end and attribute-value normalisation of every XML parser);
+//  - loaded again with dropWhitespace, text loses white space next to '"', '<', '>' or '&'
+//    (expat reports a piece at every reference, and each piece is trimmed).
+// Values that must survive such characters belong in the XML form of a variant
+// (CKrSerializerXMLString, CKrVariant::Write): it escapes them (CR and LF as character
+// references, other control characters in a private-use form it reads back) and gets them back.
 //
 // Files: LoadFromFile accepts a byte-order mark (UTF-8, UTF-16 LE/BE; expat decides), or a
 // header whose encoding is Windows-1250, CP852, US-ASCII or UTF-8 (converted here; bytes that
@@ -109,7 +119,7 @@ protected:
 
 private:
     int ParseBytes(char const *buffer, unsigned long long size);
-    friend struct CKrXMLTreeParser;
+    friend struct orvik::detail::XmlTreeParser;
 };
 
 #endif

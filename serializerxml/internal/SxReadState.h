@@ -35,6 +35,7 @@ struct SxReadState {
     // is empty, null ("unknown": Null), the registered sample, or the plain list's when the
     // name is not registered.  Remembered per reading, so the registry is asked once per name.
     CKrVariant const *SampleFor(wchar_t const *runType);
+    CKrVariant const *lookUpSample(wchar_t const *runType);
 
     std::vector<Entry> stack;
     kr_int32 depth = -1;
@@ -50,6 +51,9 @@ struct SxReadState {
     std::vector<wchar_t> attrText;
     std::vector<wchar_t const *> attrs;
     std::unordered_map<std::string, CKrVariant const *> samples;
+    std::wstring lastRunType;
+    CKrVariant const *lastSample = nullptr;
+    bool haveLast = false;
 };
 
 // Parses `length` UTF-16 units (one per wchar_t) or UTF-8 bytes into `target`: the readers

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -39,7 +40,10 @@ TEST(WChar2Char, SurrogatesCombineOrBecomeReplacement) {
     EXPECT_STREQ(buf, "\xF0\x9F\x98\x80");
     const wchar_t lone[] = {0xDE00, L'a', 0xD800, 0};
     ASSERT_EQ(KR_WChar2Char(lone, -1, buf, sizeof buf, true), 8);
-    EXPECT_STREQ(buf, "\xEF\xBF\xBD" "a" "\xEF\xBF\xBD");
+    EXPECT_STREQ(buf,
+                 "\xEF\xBF\xBD"
+                 "a"
+                 "\xEF\xBF\xBD");
 }
 
 TEST(WChar2Char, EightBitModeReplacesUnitsAbove255) {
@@ -50,12 +54,10 @@ TEST(WChar2Char, EightBitModeReplacesUnitsAbove255) {
 
 TEST(LocaleShims, ClassicLocaleCopiesBytesAndUnitsOneForOne) {
     ASSERT_STREQ(std::setlocale(LC_CTYPE, nullptr), "C");
-    wchar_t wide[8] = {};
+    wchar_t wide[8];
+    std::fill(std::begin(wide), std::end(wide), L'?');
     EXPECT_EQ(KR_mbstowcs(wide, "a\xE9\xFF", 8), 3u);
-    EXPECT_EQ(wide[0], L'a');
-    EXPECT_EQ(wide[1], 0xE9);
-    EXPECT_EQ(wide[2], 0xFF);
-    EXPECT_EQ(wide[3], 0);
+    EXPECT_EQ(std::wstring(wide, 5), (std::wstring{L'a', 0xE9, 0xFF, 0, L'?'}));
     EXPECT_EQ(KR_mbstowcs(nullptr, "abcd", 0), 4u);
 
     char narrow[8] = {};

@@ -2,6 +2,7 @@
 // size prefixes, "%p", 8-bit text copied byte for unit, and formats that must fail at once.
 #include <gtest/gtest.h>
 #include <locale.h>
+#include <malloc.h>
 
 #include <chrono>
 #include <climits>
@@ -161,6 +162,24 @@ TEST(Format, LongResultsHaveNoFixedLimit) {
     EXPECT_EQ(nfmt("%s!", narrowBig.c_str()), narrowBig + "!");
     KR_FormatScratchTrim();
     EXPECT_EQ(wfmt(L"%d", 5), L"5");  // usable after a trim
+}
+
+// A long result is not kept for the rest of the thread's life: the scratch goes at the next call
+// or at KR_FormatScratchTrim.  Counted through the allocator's mmapped bytes (where large blocks
+// live); skipped where the allocator does not report them (sanitizer builds).
+TEST(Format, LongResultLeavesNoScratchBehind) {
+    size_t const units = size_t(4) << 20;
+    std::wstring const big(units, L'x');
+    auto mapped = [] { return mallinfo2().hblkhd; };
+    size_t const base = mapped();
+    ASSERT_EQ(wfmt(L"%s", big.c_str()).size(), units);
+    if (mapped() < base + units * sizeof(wchar_t))
+        GTEST_SKIP() << "allocator reports no mmapped blocks";
+    KR_FormatScratchTrim();
+    EXPECT_LT(mapped(), base + units);  // a quarter of the scratch: none of it is left
+    ASSERT_EQ(wfmt(L"%s", big.c_str()).size(), units);
+    EXPECT_EQ(wfmt(L"%d", 1), L"1");
+    EXPECT_LT(mapped(), base + units);
 }
 
 TEST(Format, BufferFunctions) {

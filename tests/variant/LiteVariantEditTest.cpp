@@ -185,14 +185,13 @@ Bytes readFile(std::wstring const &path) {
 
 TEST(LiteVariantFiles, PlainAndCompressed) {
     std::wstring const path = tempPath("lv_files.lv");
-    CKrLiteVariantR plain = sample();
+    CKrLiteVariantR plain = sample(), loaded;
     Bytes const bytes = bytesOf(plain);
     ASSERT_EQ(plain.SaveToFile(path.c_str()), 0);
-    Bytes file = readFile(path);
-    ASSERT_EQ(file.size(), bytes.size() + 12);
-    EXPECT_EQ(std::string(file.begin(), file.begin() + 4), "LV00");
-    EXPECT_EQ(Bytes(file.begin() + 12, file.end()), bytes);
-    CKrLiteVariantR loaded;
+    Bytes head = {'L', 'V', '0', '0', 0, 0, 0, 0, 0, 0, 0, 0};
+    put64(head, 4, bytes.size());
+    head.insert(head.end(), bytes.begin(), bytes.end());
+    EXPECT_EQ(readFile(path), head);  // "LV00", the size, the buffer
     EXPECT_EQ(loaded.LoadFromFile(path.c_str()), 0);
     EXPECT_EQ(bytesOf(loaded), bytes);
 
@@ -201,15 +200,10 @@ TEST(LiteVariantFiles, PlainAndCompressed) {
     for (int i = 0; i < 50; ++i) w.Set(i, L"padding");
     CKrLiteVariantR packed;
     ASSERT_NE(w.Finalize(packed, 1), nullptr);
-    Bytes const envelope = bytesOf(packed);
     ASSERT_EQ(packed.SaveToFile(path.c_str()), 0);
-    EXPECT_EQ(readFile(path), envelope);  // the envelope is the file
+    EXPECT_EQ(readFile(path), bytesOf(packed));  // a buffer still compressed: the envelope
     EXPECT_EQ(loaded.LoadFromFile(path.c_str()), 0);
     EXPECT_EQ(loaded.Get(L"\\top\\l\\x", 0), 1);
-    packed.Get(L"\\top\\a", 0);  // inflated now: saved plain
-    ASSERT_EQ(packed.SaveToFile(path.c_str()), 0);
-    file = readFile(path);
-    EXPECT_EQ(std::string(file.begin(), file.begin() + 4), "LV00");
     std::remove(std::string(path.begin(), path.end()).c_str());
 }
 

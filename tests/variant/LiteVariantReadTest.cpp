@@ -2,6 +2,7 @@
 // typed access with conversion, variants in and out, and its result codes.
 #include <gtest/gtest.h>
 
+#include <QString>
 #include <cmath>
 #include <string>
 
@@ -200,6 +201,27 @@ TEST(LiteVariantVariant, RecordsKeepTheirRunType) {
     EXPECT_EQ(back.GetRunType().GetName().GetStdString(), "RLvUnregistered");
     EXPECT_EQ(back.GetCount(), 1);
     EXPECT_EQ(diag.count(), 0u);
+}
+
+// A QString is stored as a blob of its UTF-8 bytes and read back from blobs and strings alike.
+TEST(LiteVariantReader, QStringValues) {
+    QString const text = QString::fromUtf8("caf\xC3\xA9 \xE2\x82\xAC");
+    CKrLiteVariantW w;
+    w.Set(text, L"q");
+    w.Set(L"caf\u00e9", L"w");
+    w.Set(5, L"n");
+    CKrLiteVariantR r;
+    Bytes const b = finish(w, r);
+    EXPECT_EQ(b[0], krLVT_BLOB);
+    EXPECT_EQ(b[6], 9);  // the blob length after the name "q": 3 + 2 + 1 + 3 UTF-8 bytes
+    QString out;
+    EXPECT_EQ(r.Get(L"q", out), 0);
+    EXPECT_EQ(out, text);
+    EXPECT_EQ(r.Get(L"w", out), 0);
+    EXPECT_EQ(out, QString::fromUtf8("caf\xC3\xA9"));
+    EXPECT_EQ(r.Get(L"n", out), 0);
+    EXPECT_EQ(out, QString("5"));
+    EXPECT_EQ(r.Get(L"none", out), -9);
 }
 
 TEST(LiteVariantReader, ConvertLV31toLV32IsReportedAsUnsupported) {

@@ -100,7 +100,8 @@ TEST(XmlNode, DestructionFreesEveryNodeAtAnyDepth) {
 
 TEST(XmlNode, AssignCopiesDeeplyAndKeepsExistingAttributes) {
     CKrXMLTree src;
-    ASSERT_EQ(src.SetValue(CKrStringW(L"<a x=\"1\" y=\"2\"><b>t</b><!--c--><d><e/></d></a>"), true), 0);
+    ASSERT_EQ(src.SetValue(CKrStringW(L"<a x=\"1\" y=\"2\"><b>t</b><!--c--><d><e/></d></a>"), true),
+              0);
     CKrXMLNode *a = src.FirstChild();
     CKrXMLNode dst(krXML_TEXT, L"old");
     dst.SetAttr(L"x", L"mine");
@@ -135,18 +136,23 @@ TEST(XmlNode, AttributesAndAttributeText) {
     n.SetAttr(L"b", L"1");
     n.SetAttr(L"a", L"2");
     n.SetAttr(L"b", L"3");  // replace
-    EXPECT_EQ(n.Attributes().size(), 2u);
+    EXPECT_EQ(n.GetAttrCount(), 2u);
     EXPECT_EQ(Compact(n), L"<n a=\"2\" b=\"3\"/>");  // sorted by name
+    CKrStringW name(L"keep"), value(L"keep");
+    EXPECT_EQ(n.GetAttrAt(1, name, value), 0);
+    EXPECT_EQ(W(name) + L"=" + W(value), L"b=3");
+    EXPECT_EQ(n.GetAttrAt(2, name, value), -4);  // past the end: outputs untouched
+    EXPECT_EQ(W(name) + L"=" + W(value), L"b=3");
 
     n.SetAttribsText(L" z=\"9\"");
     EXPECT_EQ(Compact(n), L"<n z=\"9\"/>");  // verbatim text wins over the map
     n.DeleteAttr(L"a");
     EXPECT_FALSE(n.AttrExist(L"a"));
     EXPECT_EQ(W(n.GetAttribsText()), L" z=\"9\"");  // deleting leaves the text alone
-    n.SetAttr(L"c", L"4");                           // any SetAttr returns to the map
+    n.SetAttr(L"c", L"4");                          // any SetAttr returns to the map
     EXPECT_EQ(Compact(n), L"<n b=\"3\" c=\"4\"/>");
     n.DeleteAllAttributes();
-    EXPECT_TRUE(n.Attributes().empty());
+    EXPECT_EQ(n.GetAttrCount(), 0u);
 }
 
 TEST(XmlNodeSet, BoundariesAndDuplicates) {

@@ -69,8 +69,8 @@ TEST(XmlParse, ByteFormDetectsEncodings) {
         std::string data;
         wchar_t const *text;
     } const cases[] = {
-        {"<a>\xC3\xA9</a>", L"\u00e9"},                                 // UTF-8 default
-        {"\xEF\xBB\xBF<a>\xC3\xA9</a>", L"\u00e9"},                     // UTF-8 mark
+        {"<a>\xC3\xA9</a>", L"\u00e9"},                                       // UTF-8 default
+        {"\xEF\xBB\xBF<a>\xC3\xA9</a>", L"\u00e9"},                           // UTF-8 mark
         {std::string("\xFF\xFE<\0a\0>\0\xE9\0<\0/\0a\0>\0", 18), L"\u00e9"},  // UTF-16LE
         {std::string("\xFE\xFF\0<\0a\0>\0\xE9\0<\0/\0a\0>", 18), L"\u00e9"},  // UTF-16BE
         {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a>\xE9</a>", L"\u00e9"},
@@ -109,9 +109,20 @@ TEST(XmlParse, FailureKeepsWhatWasBuiltAndTheOpenElement) {
 
 TEST(XmlParse, MalformedInputFailsWithMinus9) {
     char const *const bad[] = {
-        "",          "   ",         "<",        "<a",          "<a>",        "<a></b>",
-        "<a x=1/>",  "<a x='1' x='2'/>",        "<a>&undefined;</a>",        "<a/><b/>",
-        "text",      "<a>\x01</a>", "<a>\xFF</a>", "<?xml version=\"1.0\" encoding=\"nonesuch\"?><a/>",
+        "",
+        "   ",
+        "<",
+        "<a",
+        "<a>",
+        "<a></b>",
+        "<a x=1/>",
+        "<a x='1' x='2'/>",
+        "<a>&undefined;</a>",
+        "<a/><b/>",
+        "text",
+        "<a>\x01</a>",
+        "<a>\xFF</a>",
+        "<?xml version=\"1.0\" encoding=\"nonesuch\"?><a/>",
         "<a><!-- -- --></a>",
     };
     for (char const *doc : bad) {
@@ -132,7 +143,9 @@ TEST(XmlParse, HostileDocumentsAreBounded) {
         ASSERT_EQ(t.SetValue(doc.data(), doc.size(), true), 0);
         EXPECT_EQ(W(t.Text()), L"x");
         CKrStringW out;
+        t.SetPrettyXML(false);
         EXPECT_EQ(t.GetValue(out, false, false), 0);
+        EXPECT_EQ(out.GetLength(), 41u + 100000u * 7 + 1);  // header, "<d>" and "</d>" each, "x"
         CKrXMLTree copy(t);
         EXPECT_EQ(W(copy.Text()), L"x");
         CKrXMLNode assigned;
@@ -144,7 +157,8 @@ TEST(XmlParse, HostileDocumentsAreBounded) {
     }
     // Entity expansion: expat's amplification limit stops it.
     {
-        std::string doc = "<?xml version=\"1.0\"?><!DOCTYPE l [<!ENTITY l0 \"lollollollollollollollollol\">";
+        std::string doc =
+            "<?xml version=\"1.0\"?><!DOCTYPE l [<!ENTITY l0 \"lollollollollollollollollol\">";
         for (int i = 1; i <= 9; ++i) {
             doc += "<!ENTITY l" + std::to_string(i) + " \"";
             for (int k = 0; k < 10; ++k) doc += "&l" + std::to_string(i - 1) + ";";

@@ -27,8 +27,18 @@ std::vector<CKrXMLNode *> Children(CKrXMLNode *n) {
 
 std::vector<std::wstring> Names(CKrXMLNode const *n) {
     std::vector<std::wstring> names;
-    for (auto const &a : n->Attributes()) names.push_back(W(a.first));
+    CKrStringW name, value;
+    for (unsigned int i = 0; n->GetAttrAt(i, name, value) == 0; ++i) names.push_back(W(name));
     return names;
+}
+
+// "name=value" of every attribute in the node's order.
+std::vector<std::wstring> Pairs(CKrXMLNode const *n) {
+    std::vector<std::wstring> pairs;
+    CKrStringW name, value;
+    for (unsigned int i = 0; n->GetAttrAt(i, name, value) == 0; ++i)
+        pairs.push_back(W(name) + L"=" + W(value));
+    return pairs;
 }
 
 void ExpectSorted(CKrXMLNode const *n) {
@@ -54,7 +64,8 @@ CKrXMLNode *ParseOne(CKrXMLTree &tree, std::wstring const &xml) {
 // them; lookups, replacement and removal keep the order.
 TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
     // Reverse order, a shared prefix, units above 0x7F and above 0x7FFF, and a long list.
-    std::vector<std::wstring> names = {L"zeta", L"z", L"\u00E9", L"\uAC00", L"ab", L"a", L"B", L"_"};
+    std::vector<std::wstring> names = {L"zeta", L"z", L"\u00E9", L"\uAC00",
+                                       L"ab",   L"a", L"B",      L"_"};
     for (int i = 40; i > 0; --i) names.push_back(L"n" + std::to_wstring(i));
     std::wstring xml = L"<e";
     CKrXMLNode built(krXML_ELEMENT, L"e");
@@ -67,7 +78,7 @@ TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
     CKrXMLTree tree;
     CKrXMLNode *parsed = ParseOne(tree, xml);
     ASSERT_NE(parsed, nullptr);
-    EXPECT_TRUE(parsed->Attributes() == built.Attributes());
+    EXPECT_EQ(Pairs(parsed), Pairs(&built));
     EXPECT_EQ(Compact(parsed), Compact(&built));
     ExpectSorted(parsed);
     EXPECT_EQ(Names(parsed).front(), L"B");
@@ -80,16 +91,17 @@ TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
         EXPECT_EQ(W(value), L"v" + std::to_wstring(i));
     }
     CKrStringW untouched(L"keep");
-    EXPECT_EQ(parsed->GetAttr(CKrStringW(L"n"), untouched), -13);  // a prefix of several names
+    EXPECT_EQ(parsed->GetAttr(CKrStringW(L"n"), untouched), -13);   // a prefix of several names
     EXPECT_EQ(parsed->GetAttr(CKrStringW(L"zz"), untouched), -13);  // beyond the last
     EXPECT_EQ(W(untouched), L"keep");
 
     // Replacing keeps the count, removing the first, a middle and the last entry keeps the rest.
-    size_t count = parsed->Attributes().size();
+    size_t count = parsed->GetAttrCount();
     parsed->SetAttr(CKrStringW(L"n20"), CKrStringW(L"new"));
-    EXPECT_EQ(parsed->Attributes().size(), count);
-    for (wchar_t const *gone : {L"B", L"n20", L"\uAC00", L"absent"}) parsed->DeleteAttr(CKrStringW(gone));
-    EXPECT_EQ(parsed->Attributes().size(), count - 3);
+    EXPECT_EQ(parsed->GetAttrCount(), count);
+    for (wchar_t const *gone : {L"B", L"n20", L"\uAC00", L"absent"})
+        parsed->DeleteAttr(CKrStringW(gone));
+    EXPECT_EQ(parsed->GetAttrCount(), count - 3);
     EXPECT_FALSE(parsed->AttrExist(CKrStringW(L"n20")));
     EXPECT_TRUE(parsed->AttrExist(CKrStringW(L"n2")));
     EXPECT_TRUE(parsed->AttrExist(CKrStringW(L"n21")));
@@ -115,59 +127,11 @@ TEST(XmlStorage, KeptAttributeOrderAndCopiesFollowTheMap) {
     EXPECT_EQ(Compact(e), L"<e a=\"1\" b=\"&quot;2\" c=\"&amp;3\"/>");
 }
 
-// Parsed nodes share blocks; every way a node can go must leave the others intact (the sanitizer
-// build checks the memory side).
-TEST(XmlStorage, ParsedNodesSurviveRemovalDetachAndReparse) {
-    auto item = [](int i) {
-        return L"<i n=\"" + std::to_wstring(i) + L"\">t" + std::to_wstring(i) + L"</i>";
-    };
-    std::wstring xml = L"<r>", expect = L"<r>";
-    for (int i = 0; i < 1000; ++i) xml += item(i);
-    for (int i = 2; i < 998; i += 2) expect += item(i);
-    auto *tree = new CKrXMLTree;
-    CKrXMLNode *r = ParseOne(*tree, xml + L"</r>");
-    ASSERT_NE(r, nullptr);
-
-    // Remove every second element (each with its text child), then the first and the last.
-    std::vector<CKrXMLNode *> items = Children(r);
-    ASSERT_EQ(items.size(), 1000u);
-    for (size_t i = 1; i < items.size(); i += 2) items[i]->Remove();
-    items[0]->Remove();
-    items[998]->Remove();
-    EXPECT_EQ(Compact(r), expect + L"</r>");
-
-    // Nodes added by hand among parsed ones, and a second parse into the same tree.
-    CKrXMLNode *added = items[2]->AddSibling(krXML_ELEMENT, L"added");
-    added->AddChild(krXML_TEXT, L"x");
-    ASSERT_EQ(tree->SetValue(CKrStringW(L"<second><s/></second>"), true), 0);
-    ASSERT_NE(r->Sibling(), nullptr);
-    EXPECT_EQ(W(r->Sibling()->TagName()), L"second");
-    items[4]->Remove();
-    added->Remove();
-
-    // The document's nodes handed to another owner (a shallow copy of the document, then the
-    // document forgets them) outlive the document and are destroyed with their new owner.
-    auto *holder = new CKrXMLNode(*tree);
-    tree->Init();
-    delete tree;
-    ASSERT_EQ(holder->FirstChild(), r);
-    EXPECT_EQ(W(items[10]->Text()), L"t10");
-    items[10]->AddChild(krXML_COMMENT, L"still usable");
-    EXPECT_EQ(Compact(items[10]), L"<i n=\"10\">t10<!--still usable--></i>");
-    items[12]->Remove();
-    delete holder;
-
-    // Construction in the caller's storage still works beside the node allocator.
-    alignas(CKrXMLNode) unsigned char storage[sizeof(CKrXMLNode)];
-    CKrXMLNode *placed = new (storage) CKrXMLNode(krXML_TEXT, L"p");
-    EXPECT_EQ(W(placed->Text()), L"p");
-    placed->~CKrXMLNode();
-}
-
 // A large parse fills blocks of growing size, with attribute arrays beside their nodes.  Survivors
 // spread over those blocks must stay whole while everything around them goes, also when their
-// attribute arrays are regrown, shrunk or emptied, and after the document itself is gone.
-TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
+// attribute arrays are regrown, shrunk or emptied, when nodes added by hand and a second parse
+// sit among them, and after the document itself is gone (the sanitizer build checks the memory).
+TEST(XmlStorage, SurvivorsOfALargeParseStayWhole) {
     std::string xml = "<r>";
     const int kItems = 20000;  // several megabytes of nodes: every block size is used
     for (int i = 0; i < kItems; ++i) {
@@ -191,6 +155,13 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
         survivors[1]->SetAttr(CKrStringW(L"x" + std::to_wstring(j)), CKrStringW(L"v"));
     survivors[2]->DeleteAttr(CKrStringW(L"b"));
     survivors[3]->DeleteAllAttributes();
+    // A node added by hand among parsed ones, and a second parse into the same tree.
+    CKrXMLNode *added = survivors[0]->AddSibling(krXML_ELEMENT, L"added");
+    added->AddChild(krXML_TEXT, L"x");
+    ASSERT_EQ(tree->SetValue(CKrStringW(L"<second><s/></second>"), true), 0);
+    ASSERT_NE(r->Sibling(), nullptr);
+    EXPECT_EQ(W(r->Sibling()->TagName()), L"second");
+    added->Remove();
 
     // Everything else goes, the document included (the survivors move to another owner).
     for (int i = 0; i < kItems; ++i)
@@ -207,7 +178,10 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
         EXPECT_EQ(node->GetAttr(CKrStringW(L"id"), id), s == 3 ? -13 : 0) << s;
         EXPECT_EQ(W(id), s == 3 ? L"" : n) << s;
     }
-    EXPECT_EQ(survivors[1]->Attributes().size(), 53u);
+    EXPECT_EQ(survivors[1]->GetAttrCount(), 53u);
+    survivors[4]->AddChild(krXML_COMMENT, L"still usable");
+    EXPECT_EQ(Compact(survivors[4]),
+              L"<i a=\"&amp;12345\" b=\"bee12345\" id=\"12345\">text 12345<!--still usable--></i>");
     EXPECT_EQ(Compact(survivors[0]), L"<i a=\"&amp;0\" b=\"bee0\" id=\"0\">text 0</i>");
     EXPECT_EQ(Compact(survivors[2]), L"<i a=\"&amp;777\" id=\"777\">text 777</i>");
     EXPECT_EQ(Compact(survivors[3]), L"<i>text 5000</i>");
@@ -221,41 +195,38 @@ TEST(XmlStorage, SurvivorsOfALargeParseKeepTheirAttributes) {
     ASSERT_NE(copy.FirstChild(), nullptr);
     EXPECT_EQ(Compact(copy.FirstChild()), L"<i a=\"&amp;0\" b=\"bee0\" id=\"0\">text 0</i>");
     EXPECT_EQ(Children(&copy).size(), keep.size());
+
+    // Construction in the caller's storage still works beside the node allocator.
+    alignas(CKrXMLNode) unsigned char storage[sizeof(CKrXMLNode)];
+    CKrXMLNode *placed = new (storage) CKrXMLNode(krXML_TEXT, L"p");
+    EXPECT_EQ(W(placed->Text()), L"p");
+    placed->~CKrXMLNode();
 }
 
-// The output is sized before writing; text that grows a lot when escaped, output appended to a
-// non-empty string and deep indentation must still come out whole.
-TEST(XmlStorage, OutputSizingNeverLosesText) {
-    CKrXMLTree tree;
-    tree.SetUseXMLHeader(false);
-    tree.SetPrettyXML(false);
-    CKrXMLNode *a = tree.AddChild(krXML_ELEMENT, L"a");
-    a->SetAttr(CKrStringW(L"q"), CKrStringW(std::wstring(3000, L'"')));
-    a->AddChild(krXML_TEXT, std::wstring(5000, L'&').c_str());
-    std::wstring expect = L"<a q=\"" + Repeat(L"&quot;", 3000) + L"\">" + Repeat(L"&amp;", 5000) + L"</a>";
-    CKrStringW out(L"stale");
-    ASSERT_EQ(tree.GetValue(out, true, true), 0);
-    EXPECT_EQ(W(out), expect);
+// The writer reserves room once, when the string first runs short, from a measure of what is
+// left to write (taken wherever the walk stands then; escapes are not in the measure).  Whatever
+// room the string has, whatever it holds already and however much the text grows when escaped,
+// the output must come out whole.
+TEST(XmlStorage, OutputIsWholeWhateverRoomTheStringHas) {
+    struct Doc {
+        char const *what;
+        CKrXMLNode *root;
+        std::wstring compact;  // known independently of the writer
+    };
+    std::vector<Doc> docs;
 
-    CKrStringW appended(L"prefix:");
-    ASSERT_EQ(a->GetValue(appended, false, false), 0);
-    EXPECT_EQ(W(appended), L"prefix:" + expect);
+    // Text and a value made only of characters that escape (5 to 6 times their length).
+    CKrXMLNode escapes(krXML_ELEMENT, L"a");
+    escapes.SetAttr(CKrStringW(L"q"), CKrStringW(std::wstring(3000, L'"')));
+    escapes.AddChild(krXML_TEXT, std::wstring(5000, L'&').c_str());
+    docs.push_back(
+        {"escapes", &escapes,
+         L"<a q=\"" + Repeat(L"&quot;", 3000) + L"\">" + Repeat(L"&amp;", 5000) + L"</a>"});
 
     // Constructs far larger than the writer's buffer (a start tag with a 100,000-unit value and
     // thousands of attributes, a 200,000-unit text) between small ones.
     CKrXMLNode big(krXML_ELEMENT, L"big");
-    std::wstring longValue, longText, escapedValue, escapedText;
-    for (int i = 0; i < 100000; ++i) {
-        wchar_t c = i % 97 == 0 ? L'<' : static_cast<wchar_t>(L'a' + i % 26);
-        longValue += c;
-        escapedValue += c == L'<' ? std::wstring(L"&lt;") : std::wstring(1, c);
-    }
-    for (int i = 0; i < 200000; ++i) {
-        wchar_t c = i % 1001 == 0 ? L'>' : static_cast<wchar_t>(L'0' + i % 10);
-        longText += c;
-        escapedText += c == L'>' ? std::wstring(L"&gt;") : std::wstring(1, c);
-    }
-    big.SetAttr(CKrStringW(L"v"), CKrStringW(longValue));
+    big.SetAttr(CKrStringW(L"v"), CKrStringW(Repeat(L"abc<", 25000)));
     std::wstring manyAttrs;
     for (int i = 0; i < 3000; ++i) {
         std::wstring name = L"k" + std::to_wstring(100000 + i);
@@ -263,69 +234,58 @@ TEST(XmlStorage, OutputSizingNeverLosesText) {
         manyAttrs += L" " + name + L"=\"&quot;\"";
     }
     big.AddChild(krXML_ELEMENT, L"small")->AddChild(krXML_TEXT, L"s");
-    big.AddChild(krXML_TEXT, longText.c_str());
+    big.AddChild(krXML_TEXT, Repeat(L"0123456789>", 18000).c_str());
     big.AddChild(krXML_ELEMENT, L"e");
-    CKrStringW bigOut;
-    ASSERT_EQ(big.GetValue(bigOut, false, false), 0);
-    EXPECT_EQ(W(bigOut), L"<big" + manyAttrs + L" v=\"" + escapedValue + L"\"><small>s</small>" +
-                             escapedText + L"<e/></big>");
+    docs.push_back({"big", &big,
+                    L"<big" + manyAttrs + L" v=\"" + Repeat(L"abc&lt;", 25000) +
+                        L"\"><small>s</small>" + Repeat(L"0123456789&gt;", 18000) + L"<e/></big>"});
+
+    // A parsed document of many small records, nested a few levels: its compact form is its
+    // input (attributes already in name order, nothing to escape).
+    std::wstring records = L"<set>";
+    for (int i = 0; i < 400; ++i) {
+        std::wstring n = std::to_wstring(i);
+        records += L"<rec id=\"" + n + L"\" kind=\"k" + std::to_wstring(i % 7) +
+                   L"\"><name>record " + n + L"</name><!-- note " + n +
+                   L" --><deep><deeper><deepest at=\"" + n + L"\">" + n +
+                   L"</deepest></deeper></deep></rec>";
+    }
+    records += L"</set>";
+    CKrXMLTree tree;
+    ASSERT_EQ(tree.SetValue(CKrStringW(records), true), 0);
+    docs.push_back({"records", tree.FirstChild(), records});
+
+    for (Doc const &d : docs) {
+        for (bool pretty : {false, true}) {
+            CKrStringW fresh;
+            ASSERT_EQ(d.root->GetValue(fresh, true, pretty), 0);
+            if (!pretty) {
+                EXPECT_EQ(W(fresh), d.compact) << d.what;
+            }
+            std::wstring const reference = W(fresh);  // pretty: the fresh string is the reference
+            size_t const length = reference.size();
+            for (size_t room :
+                 {size_t{1}, size_t{600}, length / 3, length / 2, length - 1, length, 2 * length}) {
+                for (wchar_t const *prefix : {L"", L"head:"}) {
+                    CKrStringW out(prefix);
+                    out.Preallocate(static_cast<int>(room));
+                    ASSERT_EQ(d.root->GetValue(out, true, pretty), 0);
+                    EXPECT_EQ(W(out), prefix + reference)
+                        << d.what << " room " << room << " pretty " << pretty;
+                }
+            }
+        }
+    }
 
     // 150 levels: indentation beyond one buffer's worth, and pretty empty elements.
-    CKrXMLNode *n = &tree;
+    CKrXMLTree deep;
+    deep.SetUseXMLHeader(false);
+    CKrXMLNode *n = &deep;
     for (int i = 0; i < 150; ++i) n = n->AddChild(krXML_ELEMENT, L"d");
-    tree.SetPrettyXML(true);
     CKrStringW pretty;
-    ASSERT_EQ(tree.GetValue(pretty, true, false), 0);
+    ASSERT_EQ(deep.GetValue(pretty, true, false), 0);
     std::wstring const &p = W(pretty);
     std::wstring deepest = std::wstring(3 * 149, L' ') + L"<d />\r\n";
     EXPECT_NE(p.find(L"\r\n" + deepest), std::wstring::npos);
     EXPECT_EQ(p.size() - p.rfind(L"</d>\r\n"), 6u);
-}
-
-// The writer reserves room once, when the output string first runs short: what is left to write
-// is measured from wherever the walk stands then.  Strings that already hold some room (kept
-// from an earlier call, or reserved by the caller) make that happen at every depth of the walk;
-// the text must not change, and a fresh result is allocated once with at most a quarter spare.
-TEST(XmlStorage, OutputRoomIsMadeFromAnyPointOfTheWalk) {
-    std::string xml = "<?xml version=\"1.0\"?><set>";
-    for (int i = 0; i < 400; ++i) {
-        std::string n = std::to_string(i);
-        xml += "<rec id=\"" + n + "\" kind=\"k" + std::to_string(i % 7) + "\"><name>record " + n +
-               "</name><!-- note " + n + " --><deep><deeper><deepest at=\"" + n + "\">" + n +
-               "</deepest></deeper></deep></rec>";
-    }
-    xml += "</set>";
-    CKrXMLTree tree;
-    ASSERT_EQ(tree.SetValue(xml.data(), xml.size(), true), 0);
-    for (bool pretty : {true, false}) {
-        tree.SetPrettyXML(pretty);
-        CKrStringW fresh;
-        ASSERT_EQ(tree.GetValue(fresh, true, pretty), 0);
-        std::wstring const reference = W(fresh);
-        size_t const length = reference.size();
-        ASSERT_GT(length, 40000u);
-        size_t capacity = fresh.GetStdString().capacity();
-        EXPECT_LE(capacity, length + length / 4 + 64) << pretty;
-
-        for (size_t room : {size_t{1}, size_t{600}, length / 3, length / 2, length - 1, length,
-                            2 * length}) {
-            CKrStringW out;
-            out.Preallocate(static_cast<int>(room));
-            ASSERT_EQ(tree.GetValue(out, true, pretty), 0);
-            EXPECT_EQ(W(out), reference) << "room " << room << " pretty " << pretty;
-            ASSERT_EQ(tree.GetValue(out, true, pretty), 0);  // the same string again
-            EXPECT_EQ(W(out), reference) << "room " << room << " pretty " << pretty;
-        }
-
-        // A node's output appends to what the string holds, with room short at some depth.
-        CKrXMLNode *set = tree.FirstChild();
-        CKrStringW whole;
-        ASSERT_EQ(set->GetValue(whole, true, pretty), 0);
-        for (size_t room : {size_t{10}, W(whole).size() / 2}) {
-            CKrStringW appended(L"head:");
-            appended.Preallocate(static_cast<int>(room));
-            ASSERT_EQ(set->GetValue(appended, true, pretty), 0);
-            EXPECT_EQ(W(appended), L"head:" + W(whole)) << room;
-        }
-    }
 }

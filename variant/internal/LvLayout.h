@@ -90,27 +90,82 @@ bool lvParseItem(kr_uint8 const *data, kr_uint64 limit, kr_uint64 at, LvItem &it
 
 // The order of names: units compared as unsigned 16-bit numbers over the shorter stored length,
 // the first difference decides, then the shorter length comes first.  <0, 0, >0.
-int lvCompareStored(kr_uint8 const *a, unsigned unitsA, kr_uint8 const *b, unsigned unitsB);
+// lvCompareStored compares four units at a time; lvCompareStoredPlain is the unit-by-unit
+// reference it must agree with (the fuzz targets run both over the same names).  Validate uses
+// the reference, so a writer or reader that sorted or searched by a wrong order is caught.
+inline int lvCompareStored(kr_uint8 const *a, unsigned unitsA, kr_uint8 const *b, unsigned unitsB);
+int lvCompareStoredPlain(kr_uint8 const *a, unsigned unitsA, kr_uint8 const *b, unsigned unitsB);
 
 // A wanted name as the writer would store it: its units, a zero terminator when it has fewer
-// than 255 units, cut at 255.  `fits` is false for names of 256 units or more, which no stored
-// name can match (the matching rule compares stored lengths with the full wanted length).
+// than 255 units, cut at 255, kept as little-endian units so that it compares with stored names
+// byte for byte.  `fits` is false for names of 256 units or more, which no stored name can
+// match (the matching rule compares stored lengths with the full wanted length).
 struct LvKey {
-    wchar_t const *name;
-    unsigned length;    // units of the name proper (meaningful only when fits)
-    unsigned keyUnits;  // units of the stored form
+    uint16_t units[kLvMaxNameUnits + 1];  // the name's units, then a zero
+    unsigned length;                      // units of the name proper (at most 255 when fits)
+    unsigned keyUnits;                    // units of the stored form
     bool fits;
 };
-LvKey lvMakeKey(wchar_t const *name);
+void lvMakeKey(wchar_t const *name, LvKey &key);
+void lvMakeKey(wchar_t const *name, size_t length, LvKey &key);  // the first `length` units
 // The order above between a stored name and a wanted one in its stored form.
-int lvCompareKey(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key);
+inline int lvCompareKey(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key);
 // True when the stored name is the wanted one: equal units and a stored length equal to the
 // wanted length, or to it plus one with a zero unit at the end.
-bool lvNameMatches(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key);
+inline bool lvNameMatches(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key);
 
 // Stored name length for a wanted name (the writer's rule): 0 for null or empty, otherwise
 // units + 1 for the terminator, at most 255 (then without the terminator).
 unsigned lvStoredNameUnits(wchar_t const *name, size_t *nameLength);
+
+// ---- inline definitions (the reader's binary search calls these for every probe) -------------
+
+inline unsigned lvStoredUnit(kr_uint8 const *p, unsigned i) {
+    return unsigned(p[2 * i]) | (unsigned(p[2 * i + 1]) << 8);
+}
+
+// Sign of the first differing unit of two little-endian unit arrays over n units; 0 when equal.
+// Four units at a time: in little-endian order the lowest differing bit of the XOR lies in the
+// first differing unit.
+inline int lvCompareUnits(kr_uint8 const *a, kr_uint8 const *b, unsigned n) {
+    unsigned i = 0;
+    for (; i + 4 <= n; i += 4) {
+        uint64_t x, y;
+        std::memcpy(&x, a + 2 * i, 8);
+        std::memcpy(&y, b + 2 * i, 8);
+        if (x != y) {
+            unsigned const k = i + unsigned(__builtin_ctzll(x ^ y)) / 16;
+            return lvStoredUnit(a, k) < lvStoredUnit(b, k) ? -1 : 1;
+        }
+    }
+    for (; i < n; ++i) {
+        unsigned const ua = lvStoredUnit(a, i), ub = lvStoredUnit(b, i);
+        if (ua != ub) return ua < ub ? -1 : 1;
+    }
+    return 0;
+}
+
+inline int lvCompareLengths(unsigned a, unsigned b) { return a == b ? 0 : (a < b ? -1 : 1); }
+
+inline int lvCompareStored(kr_uint8 const *a, unsigned unitsA, kr_uint8 const *b, unsigned unitsB) {
+    int const c = lvCompareUnits(a, b, unitsA < unitsB ? unitsA : unitsB);
+    return c != 0 ? c : lvCompareLengths(unitsA, unitsB);
+}
+
+inline int lvCompareKey(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key) {
+    auto const *k = reinterpret_cast<kr_uint8 const *>(key.units);
+    int const c =
+        lvCompareUnits(stored, k, storedUnits < key.keyUnits ? storedUnits : key.keyUnits);
+    return c != 0 ? c : lvCompareLengths(storedUnits, key.keyUnits);
+}
+
+inline bool lvNameMatches(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key) {
+    if (!key.fits) return false;
+    unsigned const n = key.length;
+    // units[n] is the zero terminator, so comparing n + 1 units checks "plus a zero at the end".
+    if (storedUnits != n && storedUnits != n + 1) return false;
+    return std::memcmp(stored, key.units, 2 * size_t(storedUnits)) == 0;
+}
 
 }  // namespace orvik::detail
 

@@ -1,17 +1,17 @@
-// CKrXMLAttributeMap: the attributes of one XML node, an ordered map from name to value.
+// The attributes of one XML node, an ordered map from name to value (private to xmltree/).
 //
 // Entries are kept sorted by CKrStringW's operator< (the order a std::map<CKrStringW, CKrStringW>
 // would have), with the same notion of "same name" as such a map (neither name less than the
 // other).  Storage is one contiguous array instead of one allocation per entry: elements rarely
 // carry more than a handful of attributes, and a document holds hundreds of thousands of them.
-// A parsed node's array sits in the parser's node block, next to the node (see CKrXMLMemory.h).
+// A parsed node's array sits in the parser's node block, next to the node (see XmlMemory.h).
 // Inserting a new name one at a time costs a shift of the entries behind it, so building a node
 // with many thousands of attributes through SetAttr is quadratic; the parser adds a whole
 // attribute list at once and sorts it in one go.
 //
 // Iterators and references are invalidated by every insertion and removal.
-#ifndef ORVIK_XMLTREE_CKRXMLATTRIBUTEMAP_H
-#define ORVIK_XMLTREE_CKRXMLATTRIBUTEMAP_H
+#ifndef ORVIK_XMLTREE_INTERNAL_XMLATTRIBUTEMAP_H
+#define ORVIK_XMLTREE_INTERNAL_XMLATTRIBUTEMAP_H
 
 #include <algorithm>
 #include <cstddef>
@@ -21,14 +21,16 @@
 #include <vector>
 
 #include "strings/CKrStringW.h"
-#include "xmltree/CKrXMLMemory.h"
+#include "xmltree/internal/XmlMemory.h"
 
-class CKrXMLAttributeMap {
+namespace orvik::detail {
+
+class XmlAttributeMap {
 public:
     typedef CKrStringW key_type;
     typedef CKrStringW mapped_type;
     typedef std::pair<CKrStringW, CKrStringW> value_type;
-    typedef std::vector<value_type, CKrXMLAttributeAllocator<value_type>> Items;
+    typedef std::vector<value_type, XmlAttributeAllocator<value_type>> Items;
     typedef Items::const_iterator const_iterator;
     typedef const_iterator iterator;  // entries are only changed through the members below
 
@@ -73,19 +75,21 @@ public:
         return 1;
     }
 
-    bool operator==(CKrXMLAttributeMap const &other) const { return m_items == other.m_items; }
-    bool operator!=(CKrXMLAttributeMap const &other) const { return !(*this == other); }
+    bool operator==(XmlAttributeMap const &other) const { return m_items == other.m_items; }
+    bool operator!=(XmlAttributeMap const &other) const { return !(*this == other); }
 
 private:
-    friend struct CKrXMLTreeParser;
+    friend struct XmlTreeParser;
 
     Items::iterator LowerBound(CKrStringW const &name) {
-        return std::lower_bound(m_items.begin(), m_items.end(), name,
-                                [](value_type const &e, CKrStringW const &n) { return e.first < n; });
+        return std::lower_bound(
+            m_items.begin(), m_items.end(), name,
+            [](value_type const &e, CKrStringW const &n) { return e.first < n; });
     }
     Items::const_iterator LowerBound(CKrStringW const &name) const {
-        return std::lower_bound(m_items.begin(), m_items.end(), name,
-                                [](value_type const &e, CKrStringW const &n) { return e.first < n; });
+        return std::lower_bound(
+            m_items.begin(), m_items.end(), name,
+            [](value_type const &e, CKrStringW const &n) { return e.first < n; });
     }
 
     // Appends an entry whose name is greater than every name already held (the caller, the
@@ -97,5 +101,7 @@ private:
 
     Items m_items;
 };
+
+}  // namespace orvik::detail
 
 #endif

@@ -25,8 +25,10 @@ bool allZero(void const *p, size_t n) {
 TEST(Alloc, AlignmentSizeAndZeroFill) {
     EXPECT_EQ(CKrAlloc::Alloc(0, 0, 16), nullptr);
     EXPECT_EQ(CKrAlloc::Alloc(0, SIZE_MAX - 8, 16), nullptr);
-    struct Case { size_t size, alignment, expectAlign; } const cases[] = {
-        {1, 16, 16}, {100, 64, 64}, {3, 4096, 4096}, {10, 0, 16}, {10, 3, 16}, {10, 48, 64}};
+    struct Case {
+        size_t size, alignment, expectAlign;
+    } const cases[] = {{1, 16, 16}, {100, 64, 64}, {3, 4096, 4096},
+                       {10, 0, 16}, {10, 3, 16},   {10, 48, 64}};
     for (auto const &c : cases) {
         void *p = CKrAlloc::Alloc(CKrAlloc::kZeroFill, c.size, c.alignment);
         ASSERT_NE(p, nullptr);

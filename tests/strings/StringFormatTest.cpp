@@ -53,11 +53,11 @@ TEST(FormatA, ReplacesAppendsTakesArgumentListsAndHasNoLengthLimit) {
 
 TEST(FormatW, WindowsWideConventionsAndNoLengthLimit) {
     using W = CKrStringW;
-    expectRows({SROW(W().Format(L"%s|%hs|%c|%d", L"w\u00e9", "n", L'\u4e2d', -3),
-                     L"w\u00e9|n|\u4e2d|-3"),
-                SROW(W(L"-3").AppendFormat(L"%ls%S", L"+", "x"), L"-3+x"),
-                SROW(formatV(W(L"old"), L"%I64u/%s", 1ULL << 33, L"v"), L"8589934592/v"),
-                SROW(W(L"old").Format(nullptr), L"")});
+    expectRows(
+        {SROW(W().Format(L"%s|%hs|%c|%d", L"w\u00e9", "n", L'\u4e2d', -3), L"w\u00e9|n|\u4e2d|-3"),
+         SROW(W(L"-3").AppendFormat(L"%ls%S", L"+", "x"), L"-3+x"),
+         SROW(formatV(W(L"old"), L"%I64u/%s", 1ULL << 33, L"v"), L"8589934592/v"),
+         SROW(W(L"old").Format(nullptr), L"")});
 
     const std::wstring big(70000, L'\u00e9');
     CKrStringW s;

@@ -20,14 +20,19 @@ Tokens sequential(CKrStringTokenizer &t) {
 }  // namespace
 
 TEST(Tokenizer, SequentialIndexedAndSizeAgree) {
-    struct Case { wchar_t const *text, *delimiters; int size; Tokens tokens; } const cases[] = {
-        {L"a,,b", L",", 3, {L"a", L"", L"b"}},          // adjacent delimiters: an empty token
+    struct Case {
+        wchar_t const *text, *delimiters;
+        int size;
+        Tokens tokens;
+    } const cases[] = {
+        {L"a,,b", L",", 3, {L"a", L"", L"b"}},  // adjacent delimiters: an empty token
         {L"one two  three", L" ", 4, {L"one", L"two", L"", L"three"}},
-        {L"a,b,", L",", 3, {L"a", L"b"}},               // trailing delimiter: counted, not yielded
+        {L"a,b,", L",", 3, {L"a", L"b"}},  // trailing delimiter: counted, not yielded
         {L"k=v;x=y", L"=;", 4, {L"k", L"v", L"x", L"y"}},  // every character of the set delimits
-        {L";a", L";", 2, {L"", L"a"}},                   // a leading delimiter: an empty token
+        {L";a", L";", 2, {L"", L"a"}},                     // a leading delimiter: an empty token
         {L"a,b", nullptr, 1, {L"a,b"}},
-        {L"", L",", 0, {}}, {nullptr, nullptr, 0, {}},
+        {L"", L",", 0, {}},
+        {nullptr, nullptr, 0, {}},
     };
     for (auto const &c : cases) {
         SCOPED_TRACE(c.text ? c.text : L"(null)");

@@ -1,23 +1,24 @@
-// CKrXMLMemory: node blocks and the pieces carved from them.
-#include "xmltree/CKrXMLMemory.h"
+// Node blocks and the pieces carved from them.
+#include "xmltree/internal/XmlMemory.h"
 
 #include <cstdlib>
 #include <new>
 
 #include "platform/KrPlatform.h"
-#include "xmltree/XmlInternal.h"
+
+namespace orvik::detail {
 
 namespace {
 
 // In front of every piece; 16 bytes keep the piece aligned like malloc's memory.
 struct alignas(16) PieceHeader {
-    CKrXMLNodeSlab *slab;  // null: the piece has its own heap allocation
+    XmlNodeSlab *slab;  // null: the piece has its own heap allocation
 };
-static_assert(sizeof(PieceHeader) == CKrXMLNodeSlab::kHeaderBytes, "piece header size");
-static_assert(sizeof(CKrXMLNodeSlab) % 16 == 0, "block data alignment");
+static_assert(sizeof(PieceHeader) == XmlNodeSlab::kHeaderBytes, "piece header size");
+static_assert(sizeof(XmlNodeSlab) % 16 == 0, "block data alignment");
 
 // The block attribute arrays of this thread's running parse are carved from.
-thread_local CKrXMLNodeSlab *t_attributeFill = nullptr;
+thread_local XmlNodeSlab *t_attributeFill = nullptr;
 
 void *FromHeap(size_t bytes) {
     if (bytes > SIZE_MAX - sizeof(PieceHeader)) throw std::bad_alloc();
@@ -28,7 +29,7 @@ void *FromHeap(size_t bytes) {
 
 }  // namespace
 
-CKrXMLNodeSlab *CKrXMLNodeSlab::Create(size_t bytes) {
+XmlNodeSlab *XmlNodeSlab::Create(size_t bytes) {
     void *p;
     if (bytes >= kLargestBytes) {
         // Aligned to a huge page, so the system can back the whole block with one.
@@ -39,15 +40,15 @@ CKrXMLNodeSlab *CKrXMLNodeSlab::Create(size_t bytes) {
         p = std::malloc(bytes);
     }
     if (!p) return nullptr;
-    CKrXMLNodeSlab *slab = ::new (p) CKrXMLNodeSlab;
+    XmlNodeSlab *slab = ::new (p) XmlNodeSlab;
     slab->live = 0;
     slab->used = 0;
-    slab->capacity = bytes - sizeof(CKrXMLNodeSlab);
+    slab->capacity = bytes - sizeof(XmlNodeSlab);
     slab->open = true;
     return slab;
 }
 
-void *CKrXMLNodeSlab::Carve(size_t bytes) {
+void *XmlNodeSlab::Carve(size_t bytes) {
     bytes = Round(bytes);
     if (bytes > capacity - used) return nullptr;
     void *p = Data() + used;
@@ -56,16 +57,16 @@ void *CKrXMLNodeSlab::Carve(size_t bytes) {
     return p;
 }
 
-void CKrXMLNodeSlab::Close(CKrXMLNodeSlab *slab) {
+void XmlNodeSlab::Close(XmlNodeSlab *slab) {
     if (!slab) return;
     slab->open = false;
     if (slab->live == 0) std::free(slab);
 }
 
-CKrXMLAttributeFill::CKrXMLAttributeFill(CKrXMLNodeSlab *slab) { t_attributeFill = slab; }
-CKrXMLAttributeFill::~CKrXMLAttributeFill() { t_attributeFill = nullptr; }
+XmlAttributeFill::XmlAttributeFill(XmlNodeSlab *slab) { t_attributeFill = slab; }
+XmlAttributeFill::~XmlAttributeFill() { t_attributeFill = nullptr; }
 
-void *CKrXMLMemory::Allocate(size_t bytes, CKrXMLNodeSlab *block) {
+void *XmlMemory::Allocate(size_t bytes, XmlNodeSlab *block) {
     if (block && bytes <= block->capacity) {
         if (void *p = block->Carve(sizeof(PieceHeader) + bytes))
             return ::new (p) PieceHeader{block} + 1;
@@ -73,15 +74,17 @@ void *CKrXMLMemory::Allocate(size_t bytes, CKrXMLNodeSlab *block) {
     return FromHeap(bytes);
 }
 
-void *CKrXMLMemory::AllocateAttributes(size_t bytes) { return Allocate(bytes, t_attributeFill); }
+void *XmlMemory::AllocateAttributes(size_t bytes) { return Allocate(bytes, t_attributeFill); }
 
-void CKrXMLMemory::Free(void *piece) noexcept {
+void XmlMemory::Free(void *piece) noexcept {
     if (!piece) return;
     PieceHeader *h = static_cast<PieceHeader *>(piece) - 1;
-    CKrXMLNodeSlab *slab = h->slab;
+    XmlNodeSlab *slab = h->slab;
     if (!slab) {
         std::free(h);
         return;
     }
     if (--slab->live == 0 && !slab->open) std::free(slab);
 }
+
+}  // namespace orvik::detail
