@@ -131,7 +131,8 @@ void xmlRows(CKrXMLNode *node, TreeOptions const &o, std::vector<TreeRow> &rows,
             case krXML_ELEMENT: {
                 row.name = utf8(n->TagName());
                 row.type = "element";
-                for (auto const &[name, value] : n->Attributes()) {
+                CKrStringW name, value;
+                for (unsigned k = 0; n->GetAttrAt(k, name, value) == 0; ++k) {
                     if (!row.detail.empty()) row.detail += ' ';
                     row.detail +=
                         utf8(name) + "=" + quoted(value.GetStdString(), o.full ? 0 : kShownUnits);
