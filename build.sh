@@ -20,7 +20,7 @@ export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$ROOT}
 TSAN_FOLDERS="platform strings types variant events"
 
 PACKAGES=(cmake ninja-build g++ pkg-config libexpat1-dev zlib1g-dev qt6-base-dev libgtest-dev
-          libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format tzdata
+          libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format tzdata libcli11-dev
           python3-dev pybind11-dev python3-pytest python3-numpy)
 BENCH_PACKAGES=(libb64-dev nlohmann-json3-dev rapidjson-dev libpugixml-dev libtinyxml2-dev libboost-dev
                 libmsgpack-cxx-dev libflatbuffers-dev)
@@ -141,7 +141,7 @@ fuzz)
     seconds=${1:-20}
     CC=clang CXX=clang++ configure build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
         -DORVIK_SANITIZE=address+undefined -DORVIK_BUILD_FUZZERS=ON -DORVIK_BUILD_TESTS=OFF \
-        -DORVIK_BUILD_EXAMPLES=OFF -DORVIK_WERROR=OFF
+        -DORVIK_BUILD_EXAMPLES=OFF -DORVIK_BUILD_TOOLS=OFF -DORVIK_WERROR=OFF
     cmake --build build-fuzz -j"$JOBS"
     passed=0; failed=0
     for exe in build-fuzz/fuzz/fuzz_*; do
@@ -164,7 +164,7 @@ fuzz)
 bench)
     install_packages "${PACKAGES[@]}" "${BENCH_PACKAGES[@]}"
     configure build-bench -DCMAKE_BUILD_TYPE=Release -DORVIK_BUILD_BENCHMARKS=ON -DORVIK_WERROR=OFF \
-        -DORVIK_BUILD_TESTS=OFF -DORVIK_BUILD_EXAMPLES=OFF
+        -DORVIK_BUILD_TESTS=OFF -DORVIK_BUILD_EXAMPLES=OFF -DORVIK_BUILD_TOOLS=OFF
     cmake --build build-bench -j"$JOBS" --target orvik_bench
     if [ $# -gt 0 ]; then
         build-bench/bench/orvik_bench --benchmark_filter="$1"

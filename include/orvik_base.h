@@ -28,6 +28,7 @@
 #include "variant/CKrVariantRunType.h"
 #include "variant/EKrKeyType.h"
 #include "variant/EKrLiteVariantType.h"
+#include "variant/KrDataFormat.h"
 
 #include "xmltree/CKrXMLNode.h"
 #include "xmltree/CKrXMLNodeSet.h"
@@ -44,6 +45,7 @@
 #include "json/CKrJsonArray.h"
 #include "json/CKrJsonObject.h"
 #include "json/CKrJsonValue.h"
+#include "json/CKrVariantJson.h"
 
 #include "time/KrDateSpan.h"
 #include "time/KrDateTime.h"
