@@ -105,11 +105,17 @@ kr_uint8 *CKrLiteVariantW::writeHead(int type, wchar_t const *name, kr_uint64 va
     p[0] = kr_uint8(type);
     p[1] = kr_uint8(units);
     p += 2;
-    for (unsigned i = 0; i < units; ++i, p += 2) {
-        // Past the name proper comes its terminator (zero-filled buffer: write it anyway).
-        unsigned const u = i < nameLength ? (unsigned(name[i]) & 0xFFFFu) : 0u;
+    // The name proper, then its terminator when it has room (zero-filled buffer: write it
+    // anyway).  units is nameLength + 1, or 255 for a name cut there.
+    unsigned const proper = units < nameLength ? units : unsigned(nameLength);
+    for (unsigned i = 0; i < proper; ++i, p += 2) {
+        unsigned const u = unsigned(name[i]) & 0xFFFFu;
         p[0] = kr_uint8(u);
         p[1] = kr_uint8(u >> 8);
+    }
+    if (proper < units) {
+        p[0] = p[1] = 0;
+        p += 2;
     }
     m_pos += headBytes + valueBytes;
     return p;
