@@ -3,15 +3,14 @@
 // wide text (its native form, four bytes a unit here); the peers get the same text as UTF-8.
 // Bytes processed are counted in characters of the document for all three.
 #include <benchmark/benchmark.h>
+#include <rapidjson/document.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
-#include <rapidjson/document.h>
 
 #include "json/CKrJsonArray.h"
 #include "json/CKrJsonObject.h"
@@ -24,24 +23,32 @@ constexpr size_t kTargetSize = 1 << 20;
 struct Doc {
     std::string utf8;
     CKrStringW wide;
-    std::vector<std::string> names;    // in document order
+    std::vector<std::string> names;  // in document order
     std::vector<CKrStringW> wideNames;
-    std::vector<int> kinds;            // value kind of each member (index into makeValue)
+    std::vector<int> kinds;  // value kind of each member (index into makeValue)
 };
 
 std::string makeValue(int kind, int i, size_t pad) {
     char buf[256];
     switch (kind) {
-    case 0: std::snprintf(buf, sizeof buf, "%d", i * 37 - 100000); return buf;
-    case 1: std::snprintf(buf, sizeof buf, "%d.%03de-3", -i, i % 1000); return buf;
-    case 2: return "\"text " + std::to_string(i) + " with \\\"escapes\\\" \\n and \\u00e9 " +
+        case 0:
+            std::snprintf(buf, sizeof buf, "%d", i * 37 - 100000);
+            return buf;
+        case 1:
+            std::snprintf(buf, sizeof buf, "%d.%03de-3", -i, i % 1000);
+            return buf;
+        case 2:
+            return "\"text " + std::to_string(i) + " with \\\"escapes\\\" \\n and \\u00e9 " +
                    std::string(pad, 'x') + "\"";
-    case 3:
-        std::snprintf(buf, sizeof buf,
-                      "{\"x\": %d, \"y\": \"abc}\", \"z\": [1, 2, 3], \"w\": {\"q\": null}}", i);
-        return buf;
-    case 4: return "[1, 2.5, \"s]\", true, null, {\"a\": \"b\"}, []]";
-    default: return i % 2 ? "true" : "null";
+        case 3:
+            std::snprintf(buf, sizeof buf,
+                          "{\"x\": %d, \"y\": \"abc}\", \"z\": [1, 2, 3], \"w\": {\"q\": null}}",
+                          i);
+            return buf;
+        case 4:
+            return "[1, 2.5, \"s]\", true, null, {\"a\": \"b\"}, []]";
+        default:
+            return i % 2 ? "true" : "null";
     }
 }
 
@@ -68,7 +75,8 @@ Doc const &document() {
         };
         std::string probe = build(0);
         size_t stringMembers = (kMembers + 5) / 6;
-        d.utf8 = build(probe.size() < kTargetSize ? (kTargetSize - probe.size()) / stringMembers : 0);
+        d.utf8 =
+            build(probe.size() < kTargetSize ? (kTargetSize - probe.size()) / stringMembers : 0);
         d.wide = CKrStringW(std::wstring(d.utf8.begin(), d.utf8.end()));  // ASCII only
         for (auto const &n : d.names) d.wideNames.emplace_back(std::wstring(n.begin(), n.end()));
         return d;
@@ -128,12 +136,26 @@ void BM_Json_ReadQuery_Orvik(benchmark::State &state) {
         for (size_t k = 0; k < d.wideNames.size(); ++k) {
             CKrStringW const &name = d.wideNames[k];
             switch (d.kinds[k]) {
-            case 0: found += object.isItemWithNameInteger(name, &n); sum += n; break;
-            case 1: found += object.isItemWithNameDouble(name, &v); sum += v; break;
-            case 2: found += object.isItemWithNameString(name, &s); sum += double(s.GetLength()); break;
-            case 3: found += object.isItemWithNameObject(name, nullptr); break;
-            case 4: found += object.isItemWithNameArray(name, nullptr); break;
-            default: found += object.isItemWithNameBool(name, &b) || object.isItemWithNameNull(name);
+                case 0:
+                    found += object.isItemWithNameInteger(name, &n);
+                    sum += n;
+                    break;
+                case 1:
+                    found += object.isItemWithNameDouble(name, &v);
+                    sum += v;
+                    break;
+                case 2:
+                    found += object.isItemWithNameString(name, &s);
+                    sum += double(s.GetLength());
+                    break;
+                case 3:
+                    found += object.isItemWithNameObject(name, nullptr);
+                    break;
+                case 4:
+                    found += object.isItemWithNameArray(name, nullptr);
+                    break;
+                default:
+                    found += object.isItemWithNameBool(name, &b) || object.isItemWithNameNull(name);
             }
         }
         if (found != d.wideNames.size()) state.SkipWithError("query failed");
@@ -152,12 +174,26 @@ void BM_Json_ReadQuery_Nlohmann(benchmark::State &state) {
             auto it = j.find(d.names[k]);
             if (it == j.end()) continue;
             switch (d.kinds[k]) {
-            case 0: found += it->is_number_integer(); sum += it->get<int>(); break;
-            case 1: found += it->is_number(); sum += it->get<double>(); break;
-            case 2: found += it->is_string(); sum += double(it->get_ref<std::string const &>().size()); break;
-            case 3: found += it->is_object(); break;
-            case 4: found += it->is_array(); break;
-            default: found += it->is_boolean() || it->is_null();
+                case 0:
+                    found += it->is_number_integer();
+                    sum += it->get<int>();
+                    break;
+                case 1:
+                    found += it->is_number();
+                    sum += it->get<double>();
+                    break;
+                case 2:
+                    found += it->is_string();
+                    sum += double(it->get_ref<std::string const &>().size());
+                    break;
+                case 3:
+                    found += it->is_object();
+                    break;
+                case 4:
+                    found += it->is_array();
+                    break;
+                default:
+                    found += it->is_boolean() || it->is_null();
             }
         }
         if (found != d.names.size()) state.SkipWithError("query failed");
@@ -179,12 +215,26 @@ void BM_Json_ReadQuery_RapidJson(benchmark::State &state) {
             if (it == j.MemberEnd()) continue;
             rapidjson::Value const &v = it->value;
             switch (d.kinds[k]) {
-            case 0: found += v.IsInt(); sum += v.GetInt(); break;
-            case 1: found += v.IsNumber(); sum += v.GetDouble(); break;
-            case 2: found += v.IsString(); sum += double(v.GetStringLength()); break;
-            case 3: found += v.IsObject(); break;
-            case 4: found += v.IsArray(); break;
-            default: found += v.IsBool() || v.IsNull();
+                case 0:
+                    found += v.IsInt();
+                    sum += v.GetInt();
+                    break;
+                case 1:
+                    found += v.IsNumber();
+                    sum += v.GetDouble();
+                    break;
+                case 2:
+                    found += v.IsString();
+                    sum += double(v.GetStringLength());
+                    break;
+                case 3:
+                    found += v.IsObject();
+                    break;
+                case 4:
+                    found += v.IsArray();
+                    break;
+                default:
+                    found += v.IsBool() || v.IsNull();
             }
         }
         if (found != d.names.size()) state.SkipWithError("query failed");

@@ -57,7 +57,8 @@ void BM_UTF8toW_Baseline_HandLoop(benchmark::State &state) {
                 out.push_back(static_cast<wchar_t>(((c & 0x1F) << 6) | (p[0] & 0x3F)));
                 p += 1;
             } else {
-                out.push_back(static_cast<wchar_t>(((c & 0x0F) << 12) | ((p[0] & 0x3F) << 6) | (p[1] & 0x3F)));
+                out.push_back(static_cast<wchar_t>(((c & 0x0F) << 12) | ((p[0] & 0x3F) << 6) |
+                                                   (p[1] & 0x3F)));
                 p += 2;
             }
         }

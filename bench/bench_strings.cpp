@@ -28,7 +28,8 @@ void BM_Std_SnprintfStackBuffer(benchmark::State &state) {
     char buf[256];
     int i = 0;
     for (auto _ : state) {
-        int n = std::snprintf(buf, sizeof buf, "Image %d of %d: %s (%.2f ms)", ++i, 500, "channel-DAPI", 12.345);
+        int n = std::snprintf(buf, sizeof buf, "Image %d of %d: %s (%.2f ms)", ++i, 500,
+                              "channel-DAPI", 12.345);
         benchmark::DoNotOptimize(n);
         benchmark::DoNotOptimize(buf);
     }
@@ -49,7 +50,8 @@ void BM_Std_SwprintfStackBuffer(benchmark::State &state) {
     wchar_t buf[256];
     int i = 0;
     for (auto _ : state) {
-        int n = std::swprintf(buf, 256, L"Image %d of %d: %ls (%.2f ms)", ++i, 500, L"channel-DAPI", 12.345);
+        int n = std::swprintf(buf, 256, L"Image %d of %d: %ls (%.2f ms)", ++i, 500, L"channel-DAPI",
+                              12.345);
         benchmark::DoNotOptimize(n);
         benchmark::DoNotOptimize(buf);
     }
@@ -92,8 +94,10 @@ std::string const &replaceInput() {
         int k = 0;
         while (t.size() < (1u << 20)) {
             t += filler;
-            if (++k % 4 == 0) t += "needle ";
-            else t += filler.substr(0, 20);
+            if (++k % 4 == 0)
+                t += "needle ";
+            else
+                t += filler.substr(0, 20);
         }
         return t;
     }();
@@ -216,10 +220,12 @@ void BM_HandWrittenUtf8Decoder(benchmark::State &state) {
                 out[o++] = static_cast<wchar_t>(((c & 0x1F) << 6) | (p[1] & 0x3F));
                 p += 2;
             } else if (c < 0xF0) {
-                out[o++] = static_cast<wchar_t>(((c & 0x0F) << 12) | ((p[1] & 0x3F) << 6) | (p[2] & 0x3F));
+                out[o++] =
+                    static_cast<wchar_t>(((c & 0x0F) << 12) | ((p[1] & 0x3F) << 6) | (p[2] & 0x3F));
                 p += 3;
             } else {
-                unsigned cp = ((c & 0x07) << 18) | ((p[1] & 0x3F) << 12) | ((p[2] & 0x3F) << 6) | (p[3] & 0x3F);
+                unsigned cp = ((c & 0x07) << 18) | ((p[1] & 0x3F) << 12) | ((p[2] & 0x3F) << 6) |
+                              (p[3] & 0x3F);
                 cp -= 0x10000;
                 out[o++] = static_cast<wchar_t>(0xD800 + (cp >> 10));
                 out[o++] = static_cast<wchar_t>(0xDC00 + (cp & 0x3FF));

@@ -94,7 +94,8 @@ void BM_Chrono_MsFromCivil(benchmark::State &state) {
     const long long offset = -timezone * 1000LL;
     for (auto _ : state)
         for (const DT::Tm &tm : t) {
-            const sys_days d{year{tm.year} / month{static_cast<unsigned>(tm.mon) + 1} / day{tm.mday}};
+            const sys_days d{year{tm.year} / month{static_cast<unsigned>(tm.mon) + 1} /
+                             day{tm.mday}};
             long long ms = d.time_since_epoch().count() * kDay +
                            ((tm.hour * 60LL + tm.min) * 60 + tm.sec) * 1000 + tm.msec - offset;
             benchmark::DoNotOptimize(ms);

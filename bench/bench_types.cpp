@@ -71,7 +71,8 @@ void BM_Types_Base64Encode_Libb64(benchmark::State &state) {
     for (auto _ : state) {
         base64_encodestate s;
         base64_init_encodestate(&s);
-        int len = base64_encode_block(reinterpret_cast<char const *>(src.data()), static_cast<int>(n), out.data(), &s);
+        int len = base64_encode_block(reinterpret_cast<char const *>(src.data()),
+                                      static_cast<int>(n), out.data(), &s);
         len += base64_encode_blockend(out.data() + len, &s);
         benchmark::DoNotOptimize(len);
         benchmark::ClobberMemory();
@@ -87,7 +88,8 @@ void BM_Types_Base64DecodeA_Orvik(benchmark::State &state) {
     std::string const text = encodeText(randomBytes(n));
     Base64Coder coder;
     for (auto _ : state) {
-        coder.DecodeA(reinterpret_cast<unsigned char const *>(text.data()), static_cast<unsigned>(text.size()));
+        coder.DecodeA(reinterpret_cast<unsigned char const *>(text.data()),
+                      static_cast<unsigned>(text.size()));
         benchmark::DoNotOptimize(coder.DecodedBuffer(nullptr));
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(n));
@@ -101,7 +103,8 @@ void BM_Types_Base64Decode_Libb64(benchmark::State &state) {
     for (auto _ : state) {
         base64_decodestate s;
         base64_init_decodestate(&s);
-        int const len = base64_decode_block(text.data(), static_cast<int>(text.size()), out.data(), &s);
+        int const len =
+            base64_decode_block(text.data(), static_cast<int>(text.size()), out.data(), &s);
         benchmark::DoNotOptimize(len);
         benchmark::ClobberMemory();
     }
@@ -120,7 +123,8 @@ void BM_Types_ByteArrayAppend64(benchmark::State &state) {
     for (auto _ : state) {
         CKrByteArray a(increment);
         for (size_t done = 0; done < kAppendTotal; done += kPiece)
-            a.SetData(piece.data(), kPiece, CKrByteArray::ModeOpAppend, CKrByteArray::ModeAllocIncrement);
+            a.SetData(piece.data(), kPiece, CKrByteArray::ModeOpAppend,
+                      CKrByteArray::ModeAllocIncrement);
         benchmark::DoNotOptimize(a.GetData());
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(kAppendTotal));
@@ -131,7 +135,8 @@ void BM_Types_StdVectorAppend64(benchmark::State &state) {
     auto const piece = randomBytes(kPiece);
     for (auto _ : state) {
         std::vector<uint8_t> v;
-        for (size_t done = 0; done < kAppendTotal; done += kPiece) v.insert(v.end(), piece.begin(), piece.end());
+        for (size_t done = 0; done < kAppendTotal; done += kPiece)
+            v.insert(v.end(), piece.begin(), piece.end());
         benchmark::DoNotOptimize(v.data());
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(kAppendTotal));

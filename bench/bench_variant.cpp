@@ -16,12 +16,14 @@ namespace {
 
 std::vector<std::wstring> const &groupNamesW(int groups) {
     static std::vector<std::wstring> names;
-    while (static_cast<int>(names.size()) < groups) names.push_back(L"group" + std::to_wstring(names.size()));
+    while (static_cast<int>(names.size()) < groups)
+        names.push_back(L"group" + std::to_wstring(names.size()));
     return names;
 }
 std::vector<std::string> const &groupNamesA(int groups) {
     static std::vector<std::string> names;
-    while (static_cast<int>(names.size()) < groups) names.push_back("group" + std::to_string(names.size()));
+    while (static_cast<int>(names.size()) < groups)
+        names.push_back("group" + std::to_string(names.size()));
     return names;
 }
 
@@ -63,7 +65,9 @@ nlohmann::json buildJson(int nodes) {
     return root;
 }
 
-void setItems(benchmark::State &state) { state.SetItemsProcessed(state.iterations() * state.range(0)); }
+void setItems(benchmark::State &state) {
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
 
 void BM_Variant_Build(benchmark::State &state) {
     for (auto _ : state) benchmark::DoNotOptimize(buildVariant(static_cast<int>(state.range(0))));
@@ -110,7 +114,8 @@ void BM_Variant_SearchFixed(benchmark::State &state) {
     int nodes = static_cast<int>(state.range(0));
     CKrVariant tree = buildVariant(nodes);
     std::wstring mid = groupNamesW(nodes / 10)[nodes / 20];
-    for (auto _ : state) benchmark::DoNotOptimize(tree.SearchFixed(mid.c_str(), L"channel", nullptr));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(tree.SearchFixed(mid.c_str(), L"channel", nullptr));
 }
 void BM_Json_Path(benchmark::State &state) {
     int nodes = static_cast<int>(state.range(0));
@@ -141,9 +146,11 @@ void BM_Json_SearchRecursive(benchmark::State &state) {
         while (!stack.empty() && !found) {
             auto [key, node] = stack.back();
             stack.pop_back();
-            if (key && node->is_number_integer() && *key == "gain" && node->get<int>() == last) found = node;
+            if (key && node->is_number_integer() && *key == "gain" && node->get<int>() == last)
+                found = node;
             if (node->is_object())
-                for (auto it = node->begin(); it != node->end(); ++it) stack.push_back({&it.key(), &*it});
+                for (auto it = node->begin(); it != node->end(); ++it)
+                    stack.push_back({&it.key(), &*it});
         }
         benchmark::DoNotOptimize(found);
     }
@@ -176,7 +183,8 @@ void BM_Json_Dump(benchmark::State &state) {
 
 }  // namespace
 
-#define KR_VARIANT_BENCH(name) BENCHMARK(name)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)
+#define KR_VARIANT_BENCH(name) \
+    BENCHMARK(name)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)
 KR_VARIANT_BENCH(BM_Variant_Build);
 KR_VARIANT_BENCH(BM_Json_Build);
 KR_VARIANT_BENCH(BM_Variant_Copy);

@@ -2,11 +2,10 @@
 // tinyxml2), on one generated 10 MiB document.  Ratios are reported by comparing the
 // bytes_per_second of the cases in one run.
 #include <benchmark/benchmark.h>
-
 #include <expat.h>
-#include <pugixml.hpp>
 #include <tinyxml2.h>
 
+#include <pugixml.hpp>
 #include <string>
 
 #include "xmltree/CKrXMLTree.h"
@@ -19,11 +18,12 @@ std::string const &Document() {
         std::string s = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<dataset version=\"2\">\n";
         for (int i = 0; s.size() < (10u << 20); ++i) {
             std::string n = std::to_string(i);
-            s += "  <image id=\"" + n + "\" channel=\"" + (i % 3 ? "FITC" : "DAPI") +
-                 "\" x=\"" + std::to_string(i * 7 % 1000) + "\" y=\"" + std::to_string(i * 13 % 1000) + "\">\n";
+            s += "  <image id=\"" + n + "\" channel=\"" + (i % 3 ? "FITC" : "DAPI") + "\" x=\"" +
+                 std::to_string(i * 7 % 1000) + "\" y=\"" + std::to_string(i * 13 % 1000) + "\">\n";
             s += "    <name>Image " + n + " of plate &amp; well caf\xC3\xA9</name>\n";
             s += "    <exposure unit=\"ms\">" + std::to_string(50 + i % 200) + "</exposure>\n";
-            s += "    <objective magnification=\"" + std::to_string(10 * (1 + i % 6)) + "\" na=\"0.75\"/>\n";
+            s += "    <objective magnification=\"" + std::to_string(10 * (1 + i % 6)) +
+                 "\" na=\"0.75\"/>\n";
             if (i % 10 == 0) s += "    <!-- calibration run " + n + " -->\n";
             s += "  </image>\n";
         }
@@ -34,11 +34,13 @@ std::string const &Document() {
 }
 
 CKrStringW const &DocumentUtf16() {
-    static CKrStringW const text = CKrStringW::FromStdStringUtf8(Document().substr(Document().find("?>") + 2));
+    static CKrStringW const text =
+        CKrStringW::FromStdStringUtf8(Document().substr(Document().find("?>") + 2));
     return text;
 }
 
-// ---- building ------------------------------------------------------------------------------------
+// ---- building
+// ------------------------------------------------------------------------------------
 
 void BM_Xml_Parse_ExpatRaw(benchmark::State &state) {
     std::string const &doc = Document();
@@ -49,7 +51,8 @@ void BM_Xml_Parse_ExpatRaw(benchmark::State &state) {
         XML_SetElementHandler(
             p, [](void *u, XML_Char const *, XML_Char const **) { ++*static_cast<size_t *>(u); },
             [](void *, XML_Char const *) {});
-        XML_SetCharacterDataHandler(p, [](void *u, XML_Char const *, int) { ++*static_cast<size_t *>(u); });
+        XML_SetCharacterDataHandler(
+            p, [](void *u, XML_Char const *, int) { ++*static_cast<size_t *>(u); });
         XML_SetCommentHandler(p, [](void *u, XML_Char const *) { ++*static_cast<size_t *>(u); });
         if (XML_Parse(p, doc.data(), static_cast<int>(doc.size()), XML_TRUE) != XML_STATUS_OK)
             state.SkipWithError("expat failed");
@@ -104,14 +107,16 @@ void BM_Xml_Parse_Tinyxml2(benchmark::State &state) {
     std::string const &doc = Document();
     for (auto _ : state) {
         tinyxml2::XMLDocument d;
-        if (d.Parse(doc.data(), doc.size()) != tinyxml2::XML_SUCCESS) state.SkipWithError("parse failed");
+        if (d.Parse(doc.data(), doc.size()) != tinyxml2::XML_SUCCESS)
+            state.SkipWithError("parse failed");
         benchmark::DoNotOptimize(d.FirstChild());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * doc.size()));
 }
 BENCHMARK(BM_Xml_Parse_Tinyxml2)->Unit(benchmark::kMillisecond);
 
-// ---- serialisation -------------------------------------------------------------------------------
+// ---- serialisation
+// -------------------------------------------------------------------------------
 
 void BM_Xml_Write_CKrXMLTree(benchmark::State &state) {
     CKrXMLTree tree;
@@ -192,7 +197,8 @@ void BM_Xml_Write_Pugixml(benchmark::State &state) {
 }
 BENCHMARK(BM_Xml_Write_Pugixml)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
 
-// ---- queries -------------------------------------------------------------------------------------
+// ---- queries
+// -------------------------------------------------------------------------------------
 
 char const *const kQueries[] = {
     "dataset/image",

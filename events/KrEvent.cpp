@@ -55,7 +55,8 @@ int init(SKrEvent *event, int manualReset, int initialState, const void *attribu
     event->m_waiters = 0;
     event->m_information = KR_EVENT_NO_INFORMATION;
     event->m_informationValid = 0;
-    int rc = pthread_cond_init(&event->m_condition, static_cast<const pthread_condattr_t *>(attributes));
+    int rc =
+        pthread_cond_init(&event->m_condition, static_cast<const pthread_condattr_t *>(attributes));
     if (rc != 0) return result(rc);
     rc = pthread_mutex_init(&event->m_mutex, static_cast<const pthread_mutexattr_t *>(attributes));
     if (rc != 0) {
@@ -191,7 +192,7 @@ int event_wait_info(SKrEvent *event, kr_int32 *information) {
     const int rc = takeIfSet(event) ? 0 : waitOnceLocked(event, nullptr);
     if (information != nullptr)
         *information = (rc == 0 && event->m_informationValid == 1) ? event->m_information
-                                                                    : KR_EVENT_NO_INFORMATION;
+                                                                   : KR_EVENT_NO_INFORMATION;
     return rc;
 }
 

@@ -13,7 +13,8 @@ int main() {
     unsigned char row[64];
     for (int y = 0; y < 8; ++y) {
         for (int x = 0; x < 64; ++x) row[x] = static_cast<unsigned char>(x * 4 + y);
-        frame.SetData(row, sizeof row, CKrByteArray::ModeOpAppend, CKrByteArray::ModeAllocIncrement);
+        frame.SetData(row, sizeof row, CKrByteArray::ModeOpAppend,
+                      CKrByteArray::ModeAllocIncrement);
     }
     std::printf("byte array  -> %zu bytes used, %zu allocated (increment 256)\n", frame.GetSize(),
                 frame.GetAllocated());

@@ -9,8 +9,8 @@ namespace {
 
 void print(const char *label, const CKrDateTime &dt) {
     const CKrDateTime::Tm tm = dt.GetTm();
-    std::printf("%-28s %04d-%02d-%02d %02d:%02d:%02d.%03d (weekday %d, day %d of the year)\n", label,
-                tm.year, tm.mon + 1, tm.mday, tm.hour, tm.min, tm.sec, tm.msec,
+    std::printf("%-28s %04d-%02d-%02d %02d:%02d:%02d.%03d (weekday %d, day %d of the year)\n",
+                label, tm.year, tm.mon + 1, tm.mday, tm.hour, tm.min, tm.sec, tm.msec,
                 static_cast<int>(dt.GetWeekDay()), dt.GetDayOfYear());
 }
 
@@ -23,7 +23,8 @@ int main() {
 
     // Keep it in a settings tree as a node of run type "RKrDateTime".
     CKrVariant settings = CKrVariant::CreateStruct(CKrStringW(L"settings"), {});
-    CKrVariant &stamp = settings.Append(CKrVariant(static_cast<kr_int64>(0), CKrStringW(L"lastRun")));
+    CKrVariant &stamp =
+        settings.Append(CKrVariant(static_cast<kr_int64>(0), CKrStringW(L"lastRun")));
     if (start.SaveToVariant(stamp) != 0) return 1;
     CKrStringW xml;
     settings.Write(xml);
@@ -40,7 +41,9 @@ int main() {
     // ... and a time span is plain milliseconds.
     moved += CKrTimeSpan(36, 15, 0, 0);
     print("+ 36 h 15 min", moved);
-    std::printf("%-28s %s\n", "elapsed since start", CKrStringA(moved.Subtract(start).Format(L"%D days (%H hours)").GetString()).GetString());
+    std::printf(
+        "%-28s %s\n", "elapsed since start",
+        CKrStringA(moved.Subtract(start).Format(L"%D days (%H hours)").GetString()).GetString());
 
     // Week numbers: Monday-first weeks, and the days before the first week are week 0.
     const int years[] = {2015, 2016, 2021, 2024};

@@ -18,8 +18,9 @@ int main() {
     std::printf("built:\n%s\n\n", record.toString().ToStdStringUtf8().c_str());
 
     // Reading text received from elsewhere; nested items are checked when they are queried.
-    CKrStringW text(L"{ \"objective\": \"63x/1.40 Oil\", \"na\": 1.4, \"binning\": 2,"
-                    L" \"stage\": {\"x\": 1250.5, \"y\": -80}, \"flags\": [TRUE, null] }");
+    CKrStringW text(
+        L"{ \"objective\": \"63x/1.40 Oil\", \"na\": 1.4, \"binning\": 2,"
+        L" \"stage\": {\"x\": 1250.5, \"y\": -80}, \"flags\": [TRUE, null] }");
     CKrJsonObject doc;
     CKrStringW error;
     if (!CKrJson::readObjectFromString(text, &doc, &error)) {

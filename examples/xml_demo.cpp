@@ -18,12 +18,13 @@ int main(int argc, char **argv) {
         rc = tree.LoadFromFile(CKrStringW::FromStdStringUtf8(name), true);
         std::printf("loaded %s: result %d\n", argv[1], rc);
     } else {
-        rc = tree.SetValue(CKrStringW(L"<catalog>"
-                                      L"<image id=\"1\" channel=\"DAPI\"><exposure>120</exposure></image>"
-                                      L"<image id=\"2\" channel=\"FITC\"><exposure>80</exposure></image>"
-                                      L"<!-- acquired on stand 3 -->"
-                                      L"</catalog>"),
-                           true);
+        rc = tree.SetValue(
+            CKrStringW(L"<catalog>"
+                       L"<image id=\"1\" channel=\"DAPI\"><exposure>120</exposure></image>"
+                       L"<image id=\"2\" channel=\"FITC\"><exposure>80</exposure></image>"
+                       L"<!-- acquired on stand 3 -->"
+                       L"</catalog>"),
+            true);
         std::printf("parsed the built-in document: result %d\n", rc);
     }
     if (rc != 0) return 1;
@@ -33,9 +34,12 @@ int main(int argc, char **argv) {
     if (argc > 2) path = CKrStringW::FromStdStringUtf8(argv[2]).GetStdString();
     CKrXMLNodeSet nodes;
     rc = tree.XPathGetNodeSet(CKrStringW(path), nodes);
-    std::printf("query %s: result %d, %zu node(s)\n", Utf8(CKrStringW(path)).c_str(), rc, nodes.size());
+    std::printf("query %s: result %d, %zu node(s)\n", Utf8(CKrStringW(path)).c_str(), rc,
+                nodes.size());
     for (CKrXMLNode *n : nodes)
-        if (n) std::printf("  <%s> text \"%s\"\n", Utf8(n->TagName()).c_str(), Utf8(n->Text()).c_str());
+        if (n)
+            std::printf("  <%s> text \"%s\"\n", Utf8(n->TagName()).c_str(),
+                        Utf8(n->Text()).c_str());
     CKrStringW channel;
     if (tree.XPathGetNodeValue(CKrStringW(L"catalog/image/@channel"), channel, true) == 0 &&
         !channel.IsEmpty())

@@ -23,9 +23,9 @@ inline std::wstring jsonFuzzText(uint8_t const *data, size_t size) {
     return text;
 }
 
-#define JSON_FUZZ_CHECK(cond)       \
-    do {                            \
-        if (!(cond)) std::abort();  \
+#define JSON_FUZZ_CHECK(cond)      \
+    do {                           \
+        if (!(cond)) std::abort(); \
     } while (0)
 
 #endif

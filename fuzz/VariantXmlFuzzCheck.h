@@ -16,13 +16,14 @@ namespace sxfuzz {
 // and read back as a character reference (or refused), a documented limit of the form.
 inline bool holdsReferenceText(CKrVariant const &v) {
     bool found = false;
-    CKrVariant const *hit = const_cast<CKrVariant &>(v).SearchRecursive([&found](CKrVariant const *n) {
-        if (n->GetRunType() != CKrVariantRunType("CKrStringW")) return false;
-        CKrStringW const text = n->GetCKrStringW();
-        std::wstring const &s = text.GetStdString();
-        found = s.find(L"&#") != std::wstring::npos || (!s.empty() && s.back() == L'&');
-        return found;
-    });
+    CKrVariant const *hit =
+        const_cast<CKrVariant &>(v).SearchRecursive([&found](CKrVariant const *n) {
+            if (n->GetRunType() != CKrVariantRunType("CKrStringW")) return false;
+            CKrStringW const text = n->GetCKrStringW();
+            std::wstring const &s = text.GetStdString();
+            found = s.find(L"&#") != std::wstring::npos || (!s.empty() && s.back() == L'&');
+            return found;
+        });
     return hit != nullptr;
 }
 
@@ -42,7 +43,8 @@ inline void checkStable(int result, CKrVariant &target) {
     CKrSerializerXMLString::VariantToXML_UTF8(utf8, target);
     std::string doc = "<variant version=\"1.0\">" + utf8.GetStdString() + "</variant>";
     CKrVariant fromUtf8;
-    if (CKrSerializerXMLString::VariantFromXML_UTF8(fromUtf8, doc.data(), static_cast<unsigned>(doc.size())) != 0)
+    if (CKrSerializerXMLString::VariantFromXML_UTF8(fromUtf8, doc.data(),
+                                                    static_cast<unsigned>(doc.size())) != 0)
         abort();
     CKrStringA utf8Again;
     CKrSerializerXMLString::VariantToXML_UTF8(utf8Again, fromUtf8);

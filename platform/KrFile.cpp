@@ -1,8 +1,9 @@
 // Whole-file access for the XML tree: plain POSIX descriptors behind small negative codes.
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include "platform/KrPlatform.h"
 #include "platform/KrUnicode.h"

@@ -343,14 +343,16 @@ void buildDirectiveText(Directive const &d, C *directive) {
 
 template <class V>
 int callFormat(char *buf, size_t n, char const *directive, Directive const &d, V v) {
-    if (d.hasWidth && d.hasPrecision) return std::snprintf(buf, n, directive, d.width, d.precision, v);
+    if (d.hasWidth && d.hasPrecision)
+        return std::snprintf(buf, n, directive, d.width, d.precision, v);
     if (d.hasWidth) return std::snprintf(buf, n, directive, d.width, v);
     if (d.hasPrecision) return std::snprintf(buf, n, directive, d.precision, v);
     return std::snprintf(buf, n, directive, v);
 }
 template <class V>
 int callFormat(wchar_t *buf, size_t n, wchar_t const *directive, Directive const &d, V v) {
-    if (d.hasWidth && d.hasPrecision) return std::swprintf(buf, n, directive, d.width, d.precision, v);
+    if (d.hasWidth && d.hasPrecision)
+        return std::swprintf(buf, n, directive, d.width, d.precision, v);
     if (d.hasWidth) return std::swprintf(buf, n, directive, d.width, v);
     if (d.hasPrecision) return std::swprintf(buf, n, directive, d.precision, v);
     return std::swprintf(buf, n, directive, v);

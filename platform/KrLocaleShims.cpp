@@ -1,11 +1,11 @@
 // mbstowcs / wcstombs with the Windows runtime's "C" locale behaviour (byte for unit) and the
 // case-insensitive comparisons.
-#include <cstdlib>
-#include <cstring>
-#include <cwctype>
 #include <langinfo.h>
 
 #include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <cwctype>
 
 #include "platform/KrPlatform.h"
 #include "platform/internal/LocaleCtype.h"
@@ -60,7 +60,8 @@ int KR_wcsicmp(const wchar_t *a, const wchar_t *b) {
     const wchar_t *p = a ? a : L"";
     const wchar_t *q = b ? b : L"";
     for (;; ++p, ++q) {
-        wint_t x = std::towlower(static_cast<wint_t>(*p)), y = std::towlower(static_cast<wint_t>(*q));
+        wint_t x = std::towlower(static_cast<wint_t>(*p)),
+               y = std::towlower(static_cast<wint_t>(*q));
         if (x != y || x == 0) return static_cast<int>(x) - static_cast<int>(y);
     }
 }

@@ -133,12 +133,20 @@ inline void store3(unsigned char *out, uint32_t v) {
 // ---- construction ---------------------------------------------------------------------------
 
 Base64Coder::Base64Coder()
-    : m_pDBuffer(nullptr), m_pEBuffer(nullptr), m_nDBufLen(0), m_nEBufLen(0), m_nDDataLen(0),
+    : m_pDBuffer(nullptr),
+      m_pEBuffer(nullptr),
+      m_nDBufLen(0),
+      m_nEBufLen(0),
+      m_nDDataLen(0),
       m_nEDataLen(0) {}
 
 Base64Coder::Base64Coder(Base64Coder const &other)
-    : m_pDBuffer(other.m_pDBuffer), m_pEBuffer(other.m_pEBuffer), m_nDBufLen(other.m_nDBufLen),
-      m_nEBufLen(other.m_nEBufLen), m_nDDataLen(other.m_nDDataLen), m_nEDataLen(other.m_nEDataLen) {}
+    : m_pDBuffer(other.m_pDBuffer),
+      m_pEBuffer(other.m_pEBuffer),
+      m_nDBufLen(other.m_nDBufLen),
+      m_nEBufLen(other.m_nEBufLen),
+      m_nDDataLen(other.m_nDDataLen),
+      m_nEDataLen(other.m_nEDataLen) {}
 
 Base64Coder &Base64Coder::operator=(Base64Coder const &other) {
     // Member-wise on purpose: the buffers are shared, not duplicated and not freed.
@@ -330,7 +338,8 @@ void Base64Coder::_DecodeW(wchar_t const *text, unsigned int length) {
 }
 
 void Base64Coder::decodeGroups() {
-    if (!m_Init.load(std::memory_order_acquire)) initDecodeTable();  // a derived _DecodeA may skip it
+    if (!m_Init.load(std::memory_order_acquire))
+        initDecodeTable();  // a derived _DecodeA may skip it
     if (m_pEBuffer == nullptr) return;
     size_t const chars = m_nEDataLen;
     size_t const whole = chars / 4 * 4;
@@ -344,7 +353,8 @@ void Base64Coder::decodeGroups() {
     if (exactType(this)) {
         unsigned char *out = m_pDBuffer;
         for (size_t i = 0; i < whole; i += 4, out += 3) {
-            uint32_t const v = g_pos0[in[i]] | g_pos1[in[i + 1]] | g_pos2[in[i + 2]] | g_pos3[in[i + 3]];
+            uint32_t const v =
+                g_pos0[in[i]] | g_pos1[in[i + 1]] | g_pos2[in[i + 2]] | g_pos3[in[i + 3]];
             if ((v & kPadFlag) == 0) {
                 // The fourth byte stored is 0 and lies where the next group (or the zeroed
                 // tail) belongs.
@@ -399,9 +409,12 @@ void Base64Coder::_EncodeToBuffer(TempBucket const &raw, unsigned char *out) {
     TempBucket sixBits;
     sixBits.Clear();
     _EncodeRaw(sixBits, raw);
-    for (int i = 0; i < 4; ++i) out[i] = static_cast<unsigned char>(kAlphabet[sixBits.nData[i] & 63]);
-    if (raw.nSize == 1) out[2] = out[3] = '=';
-    else if (raw.nSize == 2) out[3] = '=';
+    for (int i = 0; i < 4; ++i)
+        out[i] = static_cast<unsigned char>(kAlphabet[sixBits.nData[i] & 63]);
+    if (raw.nSize == 1)
+        out[2] = out[3] = '=';
+    else if (raw.nSize == 2)
+        out[3] = '=';
 }
 
 void Base64Coder::_DecodeToBuffer(TempBucket const &decoded, unsigned char *out) {

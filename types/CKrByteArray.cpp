@@ -18,13 +18,21 @@ inline size_t nonZero(size_t v) { return v == 0 ? 1 : v; }
 }  // namespace
 
 CKrByteArray::CKrByteArray()
-    : m_pData(nullptr), m_currentOffset(0), m_size(0), m_allocated(0), m_increment(kDefaultIncrement) {}
+    : m_pData(nullptr),
+      m_currentOffset(0),
+      m_size(0),
+      m_allocated(0),
+      m_increment(kDefaultIncrement) {}
 
 CKrByteArray::CKrByteArray(size_t increment)
     : m_pData(nullptr), m_currentOffset(0), m_size(0), m_allocated(0), m_increment(increment) {}
 
 CKrByteArray::CKrByteArray(void const *data, size_t size, size_t increment)
-    : m_pData(nullptr), m_currentOffset(0), m_size(0), m_allocated(0), m_increment(nonZero(increment)) {
+    : m_pData(nullptr),
+      m_currentOffset(0),
+      m_size(0),
+      m_allocated(0),
+      m_increment(nonZero(increment)) {
     if (size == 0 || size > kMaxBlock) return;
     m_pData = static_cast<kr_uint8 *>(CKrAlloc::ReAlloc(nullptr, size, 0, kAlignment));
     if (m_pData == nullptr) return;
@@ -36,7 +44,10 @@ CKrByteArray::CKrByteArray(void const *data, size_t size, size_t increment)
 }
 
 CKrByteArray::CKrByteArray(CKrByteArray const &other)
-    : m_pData(nullptr), m_currentOffset(0), m_size(0), m_allocated(0),
+    : m_pData(nullptr),
+      m_currentOffset(0),
+      m_size(0),
+      m_allocated(0),
       m_increment(nonZero(other.m_increment)) {
     size_t const size = other.GetSize();
     void const *src = other.GetData();
@@ -51,8 +62,11 @@ CKrByteArray::CKrByteArray(CKrByteArray const &other)
 }
 
 CKrByteArray::CKrByteArray(CKrByteArray &&other) noexcept
-    : m_pData(other.m_pData), m_currentOffset(other.m_currentOffset), m_size(other.m_size),
-      m_allocated(other.m_allocated), m_increment(nonZero(other.m_increment)) {
+    : m_pData(other.m_pData),
+      m_currentOffset(other.m_currentOffset),
+      m_size(other.m_size),
+      m_allocated(other.m_allocated),
+      m_increment(nonZero(other.m_increment)) {
     other.m_pData = nullptr;
     other.m_currentOffset = 0;
     other.m_size = 0;
@@ -88,7 +102,8 @@ void *CKrByteArray::growForAppending(size_t newSize) {
     size_t headroom = block + block / 2;
     if (headroom > kMaxBlock || headroom < newSize) headroom = newSize;
     void *grown = CKrAlloc::ReAlloc(m_pData, headroom, 0, kAlignment);
-    if (grown == nullptr && headroom != newSize) grown = CKrAlloc::ReAlloc(m_pData, newSize, 0, kAlignment);
+    if (grown == nullptr && headroom != newSize)
+        grown = CKrAlloc::ReAlloc(m_pData, newSize, 0, kAlignment);
     return grown;
 }
 

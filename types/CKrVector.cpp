@@ -41,7 +41,8 @@ unsigned int grownCapacity(unsigned int capacity, double exponent) {
 // during its own initialisation sees the zero of static storage, which keeps an element created
 // earlier by undefinedElement().
 template <typename T>
-static constexpr typename CKrVectorT<T>::UndefinedType makeUndefined(typename CKrVectorT<T>::UndefinedType current) {
+static constexpr typename CKrVectorT<T>::UndefinedType makeUndefined(
+    typename CKrVectorT<T>::UndefinedType current) {
     if constexpr (std::is_class_v<T>)
         return current != nullptr ? current : new T();
     else
@@ -66,12 +67,14 @@ template <typename T>
 CKrVectorT<T>::CKrVectorT() : CKrVectorT(kDefaultCapacity) {}
 
 template <typename T>
-CKrVectorT<T>::CKrVectorT(unsigned int capacity) : m_elementBase(nullptr), m_count(0), m_capacity(0) {
+CKrVectorT<T>::CKrVectorT(unsigned int capacity)
+    : m_elementBase(nullptr), m_count(0), m_capacity(0) {
     reserve(capacity);
 }
 
 template <typename T>
-CKrVectorT<T>::CKrVectorT(CKrVectorT const &other) : m_elementBase(nullptr), m_count(0), m_capacity(0) {
+CKrVectorT<T>::CKrVectorT(CKrVectorT const &other)
+    : m_elementBase(nullptr), m_count(0), m_capacity(0) {
     Guard guard(vectorLock());
     reserve(other.m_capacity);
     for (kr_uint32 i = 0; i < other.m_count; ++i) push_back(other.m_elementBase[i]);
@@ -157,7 +160,8 @@ int CKrVectorT<T>::erase(unsigned int index) {
             e[i + 1].~T();
         }
     } else {
-        std::memmove(static_cast<void *>(e + index), e + index + 1, size_t(last - index) * sizeof(T));
+        std::memmove(static_cast<void *>(e + index), e + index + 1,
+                     size_t(last - index) * sizeof(T));
     }
     std::memset(static_cast<void *>(e + last), 0, sizeof(T));  // the vacated place is cleared
     m_count = last;
@@ -180,7 +184,8 @@ int CKrVectorT<T>::insert(unsigned int index, T const &value) {
             e[i - 1].~T();
         }
     } else {
-        std::memmove(static_cast<void *>(e + index + 1), e + index, size_t(m_count - index) * sizeof(T));
+        std::memmove(static_cast<void *>(e + index + 1), e + index,
+                     size_t(m_count - index) * sizeof(T));
     }
     ::new (static_cast<void *>(e + index)) T(std::move(item));
     ++m_count;
@@ -228,7 +233,8 @@ void CKrVectorT<T>::reserve(unsigned int n) {
         block = static_cast<T *>(CKrAlloc::ReAlloc(old, bytes, CKrAlloc::kZeroFill, 16));
     }
     if (block == nullptr) {
-        DiagAssertW(L"m_elementBase == NULL", L"types/CKrVector", 1162, L"Error: reallocation failed!");
+        DiagAssertW(L"m_elementBase == NULL", L"types/CKrVector", 1162,
+                    L"Error: reallocation failed!");
         // The old elements are given up, as callers expect after this report; their memory is
         // released rather than leaked.
         if constexpr (std::is_class_v<T>)
@@ -254,13 +260,13 @@ template class CKrVectorT<CKrByteArray>;
 
 // ---- the exported classes -------------------------------------------------------------------
 
-#define KR_DEFINE_VECTOR_CLASS(V, T)                                                              \
-    V::V() : CKrVectorT<T>() {}                                                                   \
-    V::V(unsigned int capacity) : CKrVectorT<T>(capacity) {}                                      \
-    V::V(V const &other) : CKrVectorT<T>(other) {}                                                \
-    V const &V::operator=(V const &other) {                                                       \
-        CKrVectorT<T>::operator=(other);                                                          \
-        return *this;                                                                             \
+#define KR_DEFINE_VECTOR_CLASS(V, T)                         \
+    V::V() : CKrVectorT<T>() {}                              \
+    V::V(unsigned int capacity) : CKrVectorT<T>(capacity) {} \
+    V::V(V const &other) : CKrVectorT<T>(other) {}           \
+    V const &V::operator=(V const &other) {                  \
+        CKrVectorT<T>::operator=(other);                     \
+        return *this;                                        \
     }
 
 KR_DEFINE_VECTOR_CLASS(CKrVector_double, double)

@@ -54,4 +54,6 @@ void CKrXMLNodeSet::Reserve(size_t n) { m_items.reserve(n); }
 void CKrXMLNodeSet::Clear() { m_items.clear(); }
 size_t CKrXMLNodeSet::size() const { return m_items.size(); }
 
-bool CKrXMLNodeSet::operator==(CKrXMLNodeSet const &other) const { return m_items == other.m_items; }
+bool CKrXMLNodeSet::operator==(CKrXMLNodeSet const &other) const {
+    return m_items == other.m_items;
+}

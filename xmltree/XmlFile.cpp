@@ -63,7 +63,8 @@ bool FindEncoding(T const *data, size_t size, size_t &first, size_t &close) {
 }
 
 bool StartsWithMark(unsigned char const *b, size_t size) {
-    if (size >= 2 && ((b[0] == 0xFF && b[1] == 0xFE) || (b[0] == 0xFE && b[1] == 0xFF))) return true;
+    if (size >= 2 && ((b[0] == 0xFF && b[1] == 0xFE) || (b[0] == 0xFE && b[1] == 0xFF)))
+        return true;
     if (size >= 3 && ((b[0] == 0xEF && b[1] == 0xBB && b[2] == 0xBF) ||
                       (b[0] == '+' && b[1] == '/' && b[2] == 'v')))
         return true;
@@ -106,9 +107,10 @@ int CKrXMLTree::LoadFromFile(CKrStringW path, bool dropWhitespace) {
     if (codePage == 0) {
         std::wstring wide(name.begin(), name.end());  // byte for unit, as the name was written
         for (wchar_t &c : wide) c &= 0xFF;
-        DiagOutputExW(kXmlTreeSource, __LINE__,
-                      L"ERROR: CKrXMLTree::ConvertBuffer2UTF16 - file encoding %s is not implemented",
-                      wide.c_str());
+        DiagOutputExW(
+            kXmlTreeSource, __LINE__,
+            L"ERROR: CKrXMLTree::ConvertBuffer2UTF16 - file encoding %s is not implemented",
+            wide.c_str());
         return -2;
     }
     std::vector<uint16_t> converted;
@@ -121,15 +123,17 @@ int CKrXMLTree::LoadFromFile(CKrStringW path, bool dropWhitespace) {
     }
     buffer.reset();
     if (converted.size() <= 1) {
-        DiagOutputExW(kXmlTreeSource, __LINE__,
-                      L"ERROR: CKrXMLTree::ConvertBuffer2UTF16 - conversion from code page %u gave no text",
-                      codePage);
+        DiagOutputExW(
+            kXmlTreeSource, __LINE__,
+            L"ERROR: CKrXMLTree::ConvertBuffer2UTF16 - conversion from code page %u gave no text",
+            codePage);
         return -9;
     }
     // expat must not meet a declaration that contradicts the UTF-16 it is given.
     if (FindEncoding(converted.data(), converted.size(), first, close))
         for (size_t i = first; i <= close; ++i) converted[i] = L' ';
-    return SetValue(reinterpret_cast<char *>(converted.data()), converted.size() * 2, dropWhitespace);
+    return SetValue(reinterpret_cast<char *>(converted.data()), converted.size() * 2,
+                    dropWhitespace);
 }
 
 int CKrXMLTree::SaveToFile(CKrStringW path, bool indent, bool utf8) {

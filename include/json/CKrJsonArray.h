@@ -27,7 +27,7 @@ public:
 
     CKrStringW toString() const override;
 
-    bool isEmpty() const override;          // no items
+    bool isEmpty() const override;            // no items
     bool isArray(int *count) const override;  // always yes
     bool isItemAtIndexNull(int index) const override;
     bool isItemAtIndexBool(int index, bool *value) const override;

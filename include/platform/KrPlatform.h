@@ -41,7 +41,8 @@ ORVIK_PLATFORM_API int KR_WChar2Char(const wchar_t *src, int srcLength, char *ds
    message: the fully formatted message.  source: e.g. L"variant/CKrVariant".  */
 typedef void (*KrDiagHandler)(void *user, int kind, const wchar_t *condition,
                               const wchar_t *message, const wchar_t *source, int line);
-/* Installs a handler for the whole process (null restores the default); returns the previous one. */
+/* Installs a handler for the whole process (null restores the default); returns the previous one.
+ */
 ORVIK_PLATFORM_API KrDiagHandler KR_SetDiagHandler(KrDiagHandler handler, void *user);
 
 /* Reports misuse and returns; the caller goes on with its fallback.  `format` follows the
@@ -61,10 +62,11 @@ ORVIK_PLATFORM_API void DiagOutputExW(const wchar_t *source, int line, const wch
  * as written in the code.  Both add the current line.  Usage:
  *   KR_ASSERTW(index < count, L"variant/CKrList", L"Error: index %d out of range", index);
  *   KR_REPORTW(kConditionTypeChange, L"variant/CKrVariant", L"Error: ..."); */
-#define KR_REPORTW(conditionText, source, ...) DiagAssertW(conditionText, source, __LINE__, __VA_ARGS__)
-#define KR_ASSERTW(cond, source, ...)                                                              \
-    do {                                                                                           \
-        if (!(cond)) KR_REPORTW(KR_WIDEN(#cond), source, __VA_ARGS__);                             \
+#define KR_REPORTW(conditionText, source, ...) \
+    DiagAssertW(conditionText, source, __LINE__, __VA_ARGS__)
+#define KR_ASSERTW(cond, source, ...)                                  \
+    do {                                                               \
+        if (!(cond)) KR_REPORTW(KR_WIDEN(#cond), source, __VA_ARGS__); \
     } while (0)
 
 /* ---------------------------------------------------------------------------------------------
@@ -150,7 +152,6 @@ ORVIK_PLATFORM_API int KR_GetPhysMemory(kr_uint64 *total, kr_uint64 *available);
  * ranges under 2 MiB and systems without the feature are left alone.  Used for large buffers
  * that are filled once (serialiser output, parser node blocks). */
 ORVIK_PLATFORM_API void KR_AdviseLargeWrite(void *address, size_t size);
-
 
 /* ---------------------------------------------------------------------------------------------
  * Time: the Windows runtime's 64-bit time functions on glibc (platform/KrTimeShims.cpp)

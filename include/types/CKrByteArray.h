@@ -77,7 +77,8 @@ public:
     // nothing, rather than wrapping around into a small block.
     virtual int SetData(void const *data, size_t size, EKrByteArrayModeOp op = ModeOpReplace,
                         EKrByteArrayModeAlloc alloc = ModeAllocExact);
-    // Frees the block; data, offset, size and allocated become 0.  The increment stays (0 becomes 1).
+    // Frees the block; data, offset, size and allocated become 0.  The increment stays (0 becomes
+    // 1).
     virtual void FreeData();
     virtual void SetIncrement(size_t increment);  // 0 becomes 1
     // -4 (unchanged) when `offset` is beyond the allocated size, else sets it and returns 0.
@@ -104,11 +105,11 @@ private:
     void *growForAppending(size_t newSize);  // the block behind ModeAllocIncrement growth
 
 protected:
-    kr_uint8 *m_pData;           // null when nothing is allocated
-    kr_uint64 m_currentOffset;   // cursor, checked against m_allocated when read
-    kr_uint64 m_size;            // valid bytes, <= m_allocated
-    kr_uint64 m_allocated;       // usable size of the block (the memory may be larger)
-    kr_uint64 m_increment;       // growth step of ModeAllocIncrement
+    kr_uint8 *m_pData;          // null when nothing is allocated
+    kr_uint64 m_currentOffset;  // cursor, checked against m_allocated when read
+    kr_uint64 m_size;           // valid bytes, <= m_allocated
+    kr_uint64 m_allocated;      // usable size of the block (the memory may be larger)
+    kr_uint64 m_increment;      // growth step of ModeAllocIncrement
 };
 
 #endif

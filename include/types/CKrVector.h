@@ -82,9 +82,9 @@ protected:
     T &undefinedElement() const;
     void grow(double exponent);  // one growth step; may leave the vector empty on failure
 
-    T *m_elementBase;          // null when nothing is allocated
-    kr_uint32 m_count;         // constructed elements: [0, m_count)
-    kr_uint32 m_capacity;      // places in the block
+    T *m_elementBase;      // null when nothing is allocated
+    kr_uint32 m_count;     // constructed elements: [0, m_count)
+    kr_uint32 m_capacity;  // places in the block
 };
 
 extern template class CKrVectorT<double>;

@@ -47,12 +47,12 @@ public:
     CKrVariant(unsigned int value, CKrStringW name = CKrStringW());
     CKrVariant(kr_int64 value, CKrStringW name = CKrStringW());
     CKrVariant(kr_uint64 value, CKrStringW name = CKrStringW());
-    CKrVariant(long long value, CKrStringW name = CKrStringW());  // as kr_int64
+    CKrVariant(long long value, CKrStringW name = CKrStringW());           // as kr_int64
     CKrVariant(unsigned long long value, CKrStringW name = CKrStringW());  // as kr_uint64
     CKrVariant(double value, CKrStringW name = CKrStringW());
     CKrVariant(bool value, CKrStringW name = CKrStringW());
-    CKrVariant(void *value, CKrStringW name = CKrStringW());  // not owned
-    CKrVariant(char const *value, CKrStringW name = CKrStringW());  // "CKrStringW" (mbstowcs)
+    CKrVariant(void *value, CKrStringW name = CKrStringW());           // not owned
+    CKrVariant(char const *value, CKrStringW name = CKrStringW());     // "CKrStringW" (mbstowcs)
     CKrVariant(wchar_t const *value, CKrStringW name = CKrStringW());  // "CKrStringW"
     CKrVariant(CKrStringW const &value, CKrStringW name = CKrStringW());
     CKrVariant(CKrByteArray const &value, CKrStringW name = CKrStringW());
@@ -100,7 +100,8 @@ public:
     // Assignment between variants (the name of the target never changes):
     //  1. both share one holder: nothing happens;
     //  2. `other` Null: this becomes Null, except when it holds a value and type change is off:
-    //     "Error: can't do assignment, type change not enabled!" ("m_pData && !m_enabledTypeChange");
+    //     "Error: can't do assignment, type change not enabled!" ("m_pData &&
+    //     !m_enabledTypeChange");
     //  3. same run type: the value is copied (lists: children replaced by copies);
     //  4. otherwise, without type change: "Error: can't do assignment from type: %hs to: %hs,
     //     type change not enabled!" (source type first, "unknown" for Null) and no change; with

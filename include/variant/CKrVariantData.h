@@ -7,9 +7,9 @@
 //   "kr_uint32"       CKrVariantDataKr_uint32          "%u"                "%u" scan
 //   "kr_int64"        CKrVariantDataKr_int64           "%lld"              "%lld" scan
 //   "kr_uint64"       CKrVariantDataKr_uint64          "%llu"              "%llu" scan
-//   "double"          CKrVariantDataDouble             "%.15f"             atof of the text narrowed
-//   "bool"            CKrVariantDataBool               "true" / "false"    "true" ignoring case
-//   "voidPtr"         CKrVariantDataVoidPtr            "%p" (16 hex digits) "%p" scan
+//   "double"          CKrVariantDataDouble             "%.15f"             atof of the text
+//   narrowed "bool"            CKrVariantDataBool               "true" / "false"    "true" ignoring
+//   case "voidPtr"         CKrVariantDataVoidPtr            "%p" (16 hex digits) "%p" scan
 //   "CKrStringW"      CKrVariantDataCKrStringW         the string          the text
 //   "CKrByteArray"    CKrVariantDataCKrByteArray       Base64              Base64 decoded
 //   "CKrListVariant"  CKrVariantDataCKrListVariant     (children)          (see the XML reader)
@@ -81,27 +81,27 @@ private:
 };
 
 // The nine scalar holders share one shape: a value, its text form and its run type.
-#define ORVIK_VARIANT_SCALAR_HOLDER(Class, Type)                                                  \
-    class ORVIK_API Class : public CKrVariantData {                                               \
-    public:                                                                                       \
-        Class();                                                                                  \
-        explicit Class(Type const &value);                                                        \
-        explicit Class(Type &&value);                                                             \
-        bool GetString(CKrStringW &out) const override;                                           \
-        bool SetString(wchar_t const *text) override;                                             \
-        bool SetString(CKrStringW const &text) override;                                          \
-        bool IsEqual(CKrVariantData const &other) const override;                                 \
-        void *GetValuePtr() override;                                                             \
-        void GetValueCopy(CKrVariantData &target) const override;                                 \
-        CKrVariantData *CreateEmpty() const override;                                             \
-        CKrVariantRunType const &GetRunType() const override;                                     \
-        static CKrVariantRunType const &GetOrigRunType();                                         \
-        Type const &GetValue() const { return m_value; }                                          \
-        Type &Value() { return m_value; }                                                         \
-        void SetValue(Type const &value) { m_value = value; }                                     \
-                                                                                                  \
-    private:                                                                                      \
-        Type m_value;                                                                             \
+#define ORVIK_VARIANT_SCALAR_HOLDER(Class, Type)                  \
+    class ORVIK_API Class : public CKrVariantData {               \
+    public:                                                       \
+        Class();                                                  \
+        explicit Class(Type const &value);                        \
+        explicit Class(Type &&value);                             \
+        bool GetString(CKrStringW &out) const override;           \
+        bool SetString(wchar_t const *text) override;             \
+        bool SetString(CKrStringW const &text) override;          \
+        bool IsEqual(CKrVariantData const &other) const override; \
+        void *GetValuePtr() override;                             \
+        void GetValueCopy(CKrVariantData &target) const override; \
+        CKrVariantData *CreateEmpty() const override;             \
+        CKrVariantRunType const &GetRunType() const override;     \
+        static CKrVariantRunType const &GetOrigRunType();         \
+        Type const &GetValue() const { return m_value; }          \
+        Type &Value() { return m_value; }                         \
+        void SetValue(Type const &value) { m_value = value; }     \
+                                                                  \
+    private:                                                      \
+        Type m_value;                                             \
     }
 
 ORVIK_VARIANT_SCALAR_HOLDER(CKrVariantDataKr_int32, kr_int32);

@@ -93,10 +93,11 @@ inline ::testing::AssertionResult expectReport(DiagCapture const &diag, std::wst
     auto const records = diag.records();
     auto narrow = [](std::wstring const &w) { return std::string(w.begin(), w.end()); };
     if (records.size() != 1)
-        return ::testing::AssertionFailure() << records.size() << " reports, expected one: \""
-                                             << narrow(message) << "\"";
+        return ::testing::AssertionFailure()
+               << records.size() << " reports, expected one: \"" << narrow(message) << "\"";
     DiagRecord const &r = records[0];
-    if (r.kind != 0) return ::testing::AssertionFailure() << "a running diagnostic, not an assertion";
+    if (r.kind != 0)
+        return ::testing::AssertionFailure() << "a running diagnostic, not an assertion";
     if (r.message != message)
         return ::testing::AssertionFailure() << "message \"" << narrow(r.message) << "\"";
     if (!condition.empty() && r.condition != condition)

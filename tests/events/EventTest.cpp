@@ -1,9 +1,8 @@
 // Event objects with real threads.  Every blocking step is bounded: a waiter that a fault leaves
 // blocked is released by broadcasting the condition (a wait blocks only once), so a broken event
 // fails a test instead of hanging it (see Event::releaseAll).
-#include <gtest/gtest.h>
-
 #include <errno.h>
+#include <gtest/gtest.h>
 #include <sys/time.h>
 
 #include <atomic>
@@ -46,7 +45,8 @@ class Event {
 public:
     explicit Event(int manualReset, int initialState = 0, bool wide = false) {
         EXPECT_EQ(wide ? event_initW(&e_, manualReset, initialState, 7, L"test", nullptr)
-                       : event_initA(&e_, manualReset, initialState, 0, "test", nullptr), 0);
+                       : event_initA(&e_, manualReset, initialState, 0, "test", nullptr),
+                  0);
     }
     ~Event() { EXPECT_EQ(event_destroy(&e_), 0); }
     SKrEvent *get() { return &e_; }
@@ -59,7 +59,9 @@ public:
     }
     kr_int32 waiters() { return read(&SKrEvent::m_waiters); }
     kr_int32 state() { return read(&SKrEvent::m_state); }
-    bool hasWaiters(int n) { return eventually([&] { return waiters() == n; }); }
+    bool hasWaiters(int n) {
+        return eventually([&] { return waiters() == n; });
+    }
     // Releases every blocked waiter whatever the event does: a set manual-reset event plus a
     // broadcast ends a single wait and any re-checking wait alike.
     void releaseAll() {
@@ -79,7 +81,11 @@ private:
 class Threads {
 public:
     Threads(Event &event, int n, std::function<void(int)> body) : event_(event) {
-        for (int i = 0; i < n; ++i) threads_.emplace_back([this, body, i] { body(i); ++done_; });
+        for (int i = 0; i < n; ++i)
+            threads_.emplace_back([this, body, i] {
+                body(i);
+                ++done_;
+            });
     }
     ~Threads() {
         while (done_.load() < static_cast<int>(threads_.size())) {
@@ -120,31 +126,53 @@ TEST(Event, StateWithoutWaiters) {
     // 'r' reset), then the outcome of each following wait: returned at once from event_wait
     // ('0'), event_timedwait ('t'), event_wait_info with the value 7, none ('n') or a null
     // pointer ('-'); or 'T', a zero timeout expired.  Events that start set use the wide form.
-    const struct { int manual, initial; const char *ops, *waits; } cases[] = {
-        {0, 1, "", "0T"},   {1, 1, "", "n-0"},   {0, 0, "s", "0T"},  {0, 0, "s", "tT"},
-        {0, 0, "ss", "0T"}, {1, 0, "s", "0t0"},  {1, 0, "sr", "T"},  {0, 0, "sp", "T"},
-        {1, 0, "sp", "T"},  {0, 0, "i", "7T"},
-        {1, 0, "i", "77"},  // the waiter does not clear the valid flag
-        {0, 0, "is", "nT"}, // a plain signal does
-        {2, 0, "s", "000"}, // waits consume the state only when the flag is 0
+    const struct {
+        int manual, initial;
+        const char *ops, *waits;
+    } cases[] = {
+        {0, 1, "", "0T"},
+        {1, 1, "", "n-0"},
+        {0, 0, "s", "0T"},
+        {0, 0, "s", "tT"},
+        {0, 0, "ss", "0T"},
+        {1, 0, "s", "0t0"},
+        {1, 0, "sr", "T"},
+        {0, 0, "sp", "T"},
+        {1, 0, "sp", "T"},
+        {0, 0, "i", "7T"},
+        // The waiter does not clear the valid flag; a plain signal does.
+        {1, 0, "i", "77"},
+        {0, 0, "is", "nT"},
+        {2, 0, "s", "000"},  // waits consume the state only when the flag is 0
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.manual << c.initial << " " << c.ops);
         Event ev(c.manual, c.initial, c.initial == 1);
         SKrEvent *e = ev.get();
         for (const char *op = c.ops; *op; ++op)
-            EXPECT_EQ(*op == 's' ? event_signal(e) : *op == 'i' ? event_signal_info(e, 7)
-                      : *op == 'p' ? event_pulse(e) : event_reset(e), 0);
+            EXPECT_EQ(*op == 's'   ? event_signal(e)
+                      : *op == 'i' ? event_signal_info(e, 7)
+                      : *op == 'p' ? event_pulse(e)
+                                   : event_reset(e),
+                      0);
         for (const char *w = c.waits; *w; ++w) {
             SCOPED_TRACE(*w);
-            if (*w == 'T') { EXPECT_FAILS(event_timedwait(e, 0.0), ETIMEDOUT); continue; }
+            if (*w == 'T') {
+                EXPECT_FAILS(event_timedwait(e, 0.0), ETIMEDOUT);
+                continue;
+            }
             kr_int32 v = 1234;
             kr_int32 *info = *w == '-' ? nullptr : &v;
-            EXPECT_EQ(bounded(ev, [&] {
-                return *w == '0' ? event_wait(e) : *w == 't' ? event_timedwait(e, 0.0)
-                                                             : event_wait_info(e, info);
-            }), 0);
-            if (*w == '7' || *w == 'n') { EXPECT_EQ(v, *w == '7' ? 7 : kNone); }
+            EXPECT_EQ(bounded(ev,
+                              [&] {
+                                  return *w == '0'   ? event_wait(e)
+                                         : *w == 't' ? event_timedwait(e, 0.0)
+                                                     : event_wait_info(e, info);
+                              }),
+                      0);
+            if (*w == '7' || *w == 'n') {
+                EXPECT_EQ(v, *w == '7' ? 7 : kNone);
+            }
         }
     }
     // A reset clears the valid flag too (read directly: any later signal would clear it anyway).
@@ -163,12 +191,18 @@ TEST(Event, BlockedWaitersReleasedAndInformed) {
     using Send = int (*)(SKrEvent *, kr_int32);
     const Send signal = [](SKrEvent *e, kr_int32) { return event_signal(e); };
     const Send pulse = [](SKrEvent *e, kr_int32) { return event_pulse(e); };
-    const struct { int manual; Send send; kr_int32 value; bool all; int state; } cases[] = {
-        {0, signal, kNone, false, 0},         {1, signal, kNone, true, 1},
-        {2, signal, kNone, false, 0},         {0, pulse, kNone, false, 0},
-        {1, pulse, kNone, true, 0},           {0, event_signal_info, -1, false, 0},
-        {1, event_signal_info, 0, true, 1},   {0, event_signal_info, 2147483647, false, 0},
-        {1, event_pulse_info, 99, true, 0},   {0, event_pulse_info, kNone + 1, false, 0},
+    const struct {
+        int manual;
+        Send send;
+        kr_int32 value;
+        bool all;
+        int state;
+    } cases[] = {
+        {0, signal, kNone, false, 0},       {1, signal, kNone, true, 1},
+        {2, signal, kNone, false, 0},       {0, pulse, kNone, false, 0},
+        {1, pulse, kNone, true, 0},         {0, event_signal_info, -1, false, 0},
+        {1, event_signal_info, 0, true, 1}, {0, event_signal_info, 2147483647, false, 0},
+        {1, event_pulse_info, 99, true, 0}, {0, event_pulse_info, kNone + 1, false, 0},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(&c - cases);
@@ -182,7 +216,8 @@ TEST(Event, BlockedWaitersReleasedAndInformed) {
                 EXPECT_EQ(i < 2    ? event_wait_info(ev.get(), &v)
                           : i == 2 ? event_wait(ev.get())
                                    : event_timedwait(ev.get(), i == 3 ? 10000.0 : HUGE_VAL),
-                          0) << i;
+                          0)
+                    << i;
                 std::lock_guard<std::mutex> g(lock);
                 seen.push_back(v);
             });
@@ -202,7 +237,10 @@ TEST(Event, BlockedWaitersReleasedAndInformed) {
 TEST(Event, TimedWait) {
     Event ev(0);
     // Past deadlines time out at once; timeouts that cannot form a deadline are rejected.
-    const struct { double ms; int err; } immediate[] = {
+    const struct {
+        double ms;
+        int err;
+    } immediate[] = {
         {0.0, ETIMEDOUT}, {-5000.0, ETIMEDOUT}, {NAN, EINVAL}, {-2e15, EINVAL}, {-HUGE_VAL, EINVAL},
     };
     for (const auto &c : immediate) {
@@ -261,16 +299,19 @@ TEST(Event, ManyThreadsSignalAndWaitAtOnce) {
             Threads waiters(ev, kWaiters, [&](int) {
                 for (int i = 0; i < kOps; ++i) {
                     kr_int32 v = 1;
-                    const int rc = i % 3 == 0 ? event_wait_info(e, &v)
-                                   : i % 3 == 1 ? event_timedwait(e, 0.0) : event_wait(e);
+                    const int rc = i % 3 == 0   ? event_wait_info(e, &v)
+                                   : i % 3 == 1 ? event_timedwait(e, 0.0)
+                                                : event_wait(e);
                     if (rc == 0 ? v != kNone && (v < 1 || v > kOps) : rc != -1) ++bad;
                 }
             });
             Threads signalers(ev, kSignalers, [&](int t) {
                 for (int i = 1; i <= kOps; ++i) {
                     const int op = (i + t) % 5;
-                    const int rc = op == 0 ? event_signal(e) : op == 1 ? event_signal_info(e, i)
-                                   : op == 2 ? event_pulse(e) : op == 3 ? event_pulse_info(e, i)
+                    const int rc = op == 0   ? event_signal(e)
+                                   : op == 1 ? event_signal_info(e, i)
+                                   : op == 2 ? event_pulse(e)
+                                   : op == 3 ? event_pulse_info(e, i)
                                              : event_reset(e);
                     if (rc != 0) ++bad;
                 }

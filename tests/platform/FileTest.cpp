@@ -1,9 +1,9 @@
 // Whole-file access: round trip, sizes, and negative codes on every misuse.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
-#include <unistd.h>
 
 #include "platform/KrPlatform.h"
 

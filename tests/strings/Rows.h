@@ -20,21 +20,23 @@ template <class T>
 void expectRows(std::initializer_list<Row<T>> rows) {
     for (auto const &r : rows) {
         if (!(r.got == r.want)) {
-            ADD_FAILURE_AT(r.file, r.line) << r.expr << "\n  gives "
-                                           << testing::PrintToString(r.got) << "\n  expected "
-                                           << testing::PrintToString(r.want);
+            ADD_FAILURE_AT(r.file, r.line)
+                << r.expr << "\n  gives " << testing::PrintToString(r.got) << "\n  expected "
+                << testing::PrintToString(r.want);
         }
     }
 }
 
 // Any expression and its expected value (all rows of one table share the type).
 #define ROW(expr, want) \
-    Row<std::remove_cvref_t<decltype(expr)>>{#expr, __FILE__, __LINE__, expr, want}
+    Row<std::remove_cvref_t<decltype(expr)>> { #expr, __FILE__, __LINE__, expr, want }
 // An integer- or character-valued expression and its expected value.
-#define NROW(expr, want) Row<int64_t>{#expr, __FILE__, __LINE__, static_cast<int64_t>(expr), want}
+#define NROW(expr, want) \
+    Row<int64_t> { #expr, __FILE__, __LINE__, static_cast < int64_t>(expr), want }
 // A CKrStringA- or CKrStringW-valued expression and the expected text.
-#define SROW(expr, want)                                                                     \
-    Row<std::remove_cvref_t<decltype((expr).GetStdString())>>{#expr, __FILE__, __LINE__, \
-                                                              (expr).GetStdString(), want}
+#define SROW(expr, want)                                        \
+    Row<std::remove_cvref_t<decltype((expr).GetStdString())>> { \
+#expr, __FILE__, __LINE__, (expr).GetStdString(), want  \
+    }
 
 #endif

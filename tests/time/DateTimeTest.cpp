@@ -80,9 +80,9 @@ TEST(DateTimeValue, CurrentTime) {
 
 TEST(DateTimePaths, SeamsAroundTheStandardRangeInUtc) {
     ZoneScope zone("UTC");
-    for (const char *text : {"1970-01-01 00:00:00.000", "1969-12-31 23:59:59.999",
-                             "2038-01-19 03:14:07.000", "2038-01-19 03:14:06.999",
-                             "2037-12-31 23:59:59.001", "2038-01-01 00:00:00.000"}) {
+    for (const char *text :
+         {"1970-01-01 00:00:00.000", "1969-12-31 23:59:59.999", "2038-01-19 03:14:07.000",
+          "2038-01-19 03:14:06.999", "2037-12-31 23:59:59.001", "2038-01-01 00:00:00.000"}) {
         SCOPED_TRACE(text);
         int y, m, d, h, mi, s, ms;
         ASSERT_EQ(std::sscanf(text, "%d-%d-%d %d:%d:%d.%d", &y, &m, &d, &h, &mi, &s, &ms), 7);
@@ -127,7 +127,11 @@ TEST(DateTimePaths, ExtremeValuesBreakDownOrReport) {
 
 TEST(DateTimeZones, DaylightSavingBoundariesFollowTheRuntime) {
     // The zone, the millisecond before the clocks change, the hours before and after.
-    struct { const char *zone; long long lastMs; int hourBefore, hourAfter; } cases[] = {
+    struct {
+        const char *zone;
+        long long lastMs;
+        int hourBefore, hourAfter;
+    } cases[] = {
         {"Europe/Prague", civilMs(2021, 3, 28, 1) - 1, 1, 3},
         {"America/New_York", civilMs(2021, 3, 14, 7) - 1, 1, 3},
         {"Europe/Prague", civilMs(2021, 10, 31, 1) - 1, 2, 2},  // back: 02:59:59.999 -> 02:00
@@ -203,7 +207,11 @@ TEST(DateTimeZones, FixedZonesAndConversion) {
 TEST(DateTimeArithmetic, DateSpansClampAtMonthEndsAndKeepTheTimeOfDay) {
     ZoneScope zone("Europe/Prague");
     // The date plus the span at 13:45:06.007 gives the expected date at the same time of day.
-    struct { int d, m, y; CKrDateSpan span; const char *expected; } cases[] = {
+    struct {
+        int d, m, y;
+        CKrDateSpan span;
+        const char *expected;
+    } cases[] = {
         {31, 1, 2024, CKrDateSpan::Month(), "2024-02-29"},
         {31, 1, 2023, CKrDateSpan::Month(), "2023-02-28"},
         {31, 1, 2100, CKrDateSpan::Month(), "2100-02-28"},  // own path, not leap
@@ -259,16 +267,18 @@ TEST(DateTimeArithmetic, TimeSpansDifferencesAndTmSteps) {
 
 TEST(DateTimeWeeks, WeekNumbersAtYearEnds) {
     ZoneScope zone("Europe/Prague");  // country EEC: default weeks start on Monday
-    struct { int d, m, y, monday, sunday; } cases[] = {
-        {1, 1, 2015, 1, 1},     // Thursday: first week
-        {1, 1, 2016, 0, 0},     // Friday: still the previous year's week
-        {3, 1, 2016, 0, 1},     // Sunday
-        {4, 1, 2016, 1, 1},     // Monday
-        {31, 12, 2018, 53, 53}, // Monday; ISO would say week 1 of 2019
-        {31, 12, 2020, 53, 53}, // Thursday
-        {1, 1, 2020, 1, 1},     // Wednesday
-        {1, 1, 2040, 0, 1},     // Sunday, own path
-        {31, 12, 1969, 53, 53}, // Wednesday (and 1 January 1969 too), own path
+    struct {
+        int d, m, y, monday, sunday;
+    } cases[] = {
+        {1, 1, 2015, 1, 1},      // Thursday: first week
+        {1, 1, 2016, 0, 0},      // Friday: still the previous year's week
+        {3, 1, 2016, 0, 1},      // Sunday
+        {4, 1, 2016, 1, 1},      // Monday
+        {31, 12, 2018, 53, 53},  // Monday; ISO would say week 1 of 2019
+        {31, 12, 2020, 53, 53},  // Thursday
+        {1, 1, 2020, 1, 1},      // Wednesday
+        {1, 1, 2040, 0, 1},      // Sunday, own path
+        {31, 12, 1969, 53, 53},  // Wednesday (and 1 January 1969 too), own path
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.d << "." << c.m << "." << c.y);
@@ -305,7 +315,10 @@ TEST(DateTimeNavigation, YearDayDeliberateBoundary) {
 TEST(DateTimeNavigation, WeekDayMoves) {
     ZoneScope zone("UTC");
     const DT wed(16, DT::Jun, 2021, 9, 15);  // a Wednesday
-    struct { DT got; const char *expected; } cases[] = {
+    struct {
+        DT got;
+        const char *expected;
+    } cases[] = {
         {wed.GetNextWeekDay(DT::Wed), "2021-06-16 09:15:00.000"},
         {wed.GetPrevWeekDay(DT::Wed), "2021-06-16 09:15:00.000"},
         {wed.GetNextWeekDay(DT::Tue), "2021-06-22 09:15:00.000"},
@@ -389,7 +402,8 @@ TEST(DateTimeCalendar, LeapYearsDayCountsYearHelpersAndStepping) {
     // Every year the civil calendar knows, negative ones included: leap years, February lengths.
     for (int y = -32767; y <= 32767; ++y) {
         const std::chrono::year civil{y};
-        const unsigned february = unsigned((civil / std::chrono::February / std::chrono::last).day());
+        const unsigned february =
+            unsigned((civil / std::chrono::February / std::chrono::last).day());
         ASSERT_EQ(DT::IsLeapYear(y), civil.is_leap()) << y;
         ASSERT_EQ(DT::GetNumberOfDays(DT::Feb, y), static_cast<int>(february)) << y;
     }
@@ -410,7 +424,10 @@ TEST(DateTimeCalendar, LeapYearsDayCountsYearHelpersAndStepping) {
     EXPECT_EQ(diag.assertionsContaining(L"invalid month"), 1u);
     diag.clear();
     // The month and weekday steppers run into the invalid value rather than wrapping, and stop.
-    auto step = [](auto value, void (*fn)(decltype(value) &)) { fn(value); return value; };
+    auto step = [](auto value, void (*fn)(decltype(value) &)) {
+        fn(value);
+        return value;
+    };
     EXPECT_EQ(step(DT::Jan, krPrevMonth), DT::Inv_Month);
     EXPECT_EQ(step(DT::Inv_Month, krPrevMonth), DT::Dec);
     EXPECT_EQ(step(DT::Dec, krNextMonth), DT::Inv_Month);

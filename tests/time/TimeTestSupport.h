@@ -26,8 +26,10 @@ public:
 
 private:
     static void set(const char *zone) {
-        if (zone) setenv("TZ", zone, 1);
-        else unsetenv("TZ");
+        if (zone)
+            setenv("TZ", zone, 1);
+        else
+            unsetenv("TZ");
         tzset();
         CKrDateTime::SetCountry(CKrDateTime::Country_Unknown);
     }

@@ -23,7 +23,8 @@ std::string referenceEncode(Bytes const &in) {
     std::string out;
     for (size_t i = 0; i < in.size(); i += 3) {
         size_t const rest = std::min<size_t>(3, in.size() - i);
-        uint32_t const v = in[i] << 16 | (rest > 1 ? in[i + 1] << 8 : 0) | (rest > 2 ? in[i + 2] : 0);
+        uint32_t const v =
+            in[i] << 16 | (rest > 1 ? in[i + 1] << 8 : 0) | (rest > 2 ? in[i + 2] : 0);
         for (size_t k = 0; k < 4; ++k) out += k <= rest ? A[(v >> (18 - 6 * k)) & 63] : '=';
     }
     return out;
@@ -52,7 +53,8 @@ std::string encode(Base64Coder &c, Bytes const &raw) {
 }
 template <class Text>
 Bytes decode(Base64Coder &c, Text const &text) {
-    c.DecodeA(reinterpret_cast<unsigned char const *>(text.data()), static_cast<unsigned>(text.size()));
+    c.DecodeA(reinterpret_cast<unsigned char const *>(text.data()),
+              static_cast<unsigned>(text.size()));
     return decoded(c);
 }
 
@@ -65,8 +67,15 @@ public:
 
 TEST(Base64Encode, KnownTexts) {
     const std::pair<const char *, const char *> cases[] = {
-        {"", ""}, {"M", "TQ=="}, {"Ma", "TWE="}, {"Man", "TWFu"}, {"foob", "Zm9vYg=="},
-        {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}, {"\xff\xfe\xfd", "//79"}, {"\xfb\xef\xbe", "++++"},
+        {"", ""},
+        {"M", "TQ=="},
+        {"Ma", "TWE="},
+        {"Man", "TWFu"},
+        {"foob", "Zm9vYg=="},
+        {"fooba", "Zm9vYmE="},
+        {"foobar", "Zm9vYmFy"},
+        {"\xff\xfe\xfd", "//79"},
+        {"\xfb\xef\xbe", "++++"},
     };
     for (auto const &[raw, text] : cases) {
         SCOPED_TRACE(text);
@@ -114,8 +123,12 @@ TEST(Base64Decode, WideAndStringForms) {
 TEST(Base64Buffers, WholeBlocksZeroedNeverShrinking) {
     VirtualPathCoder c, steps;
     EXPECT_EQ(c.EncodedBuffer(nullptr), nullptr);
-    for (auto [n, cap] : {std::pair<size_t, kr_uint64>{0, 4096}, {4095, 4096}, {4096, 4096},
-                          {4097, 8192}, {10, 8192}, {12288, 16384}}) {
+    for (auto [n, cap] : {std::pair<size_t, kr_uint64>{0, 4096},
+                          {4095, 4096},
+                          {4096, 4096},
+                          {4097, 8192},
+                          {10, 8192},
+                          {12288, 16384}}) {
         steps.AllocEncode(n);
         EXPECT_EQ(steps.encodeCapacity(), cap) << n;
     }
@@ -148,7 +161,9 @@ TEST(Base64Buffers, WholeBlocksZeroedNeverShrinking) {
 // Derived coders replace single steps and the public operations honour them.
 class DashSkippingCoder : public Base64Coder {
 protected:
-    bool _IsBadMimeChar(unsigned char c) const override { return c == '-' || Base64Coder::_IsBadMimeChar(c); }
+    bool _IsBadMimeChar(unsigned char c) const override {
+        return c == '-' || Base64Coder::_IsBadMimeChar(c);
+    }
 };
 class UpperOnlyEncoder : public Base64Coder {
 protected:

@@ -25,7 +25,8 @@ Bytes contents(BA const &a) {
 // Each row starts from a block of exactly startAllocated bytes holding startSize bytes.
 TEST(ByteArraySetData, ResultCodesAndGrowthPerMode) {
     constexpr int Rep = BA::ModeOpReplace, App = BA::ModeOpAppend;
-    constexpr int Exact = BA::ModeAllocExact, Fixed = BA::ModeAllocFixed, Inc = BA::ModeAllocIncrement;
+    constexpr int Exact = BA::ModeAllocExact, Fixed = BA::ModeAllocFixed,
+                  Inc = BA::ModeAllocIncrement;
     const struct {
         const char *name;
         size_t increment, startAllocated, startSize;
@@ -55,11 +56,15 @@ TEST(ByteArraySetData, ResultCodesAndGrowthPerMode) {
         {"size_t top, increment", 1024, 8, 8, App, Inc, SIZE_MAX, true, -3, 8, 8},
         {"size_t top, increment 1", 1, 8, 8, App, Inc, SIZE_MAX, true, -3, 8, 8},
         {"beyond PTRDIFF_MAX", 1024, 0, 0, Rep, Exact, size_t(PTRDIFF_MAX) + 1, false, -3, 0, 0},
-        {"block one past PTRDIFF_MAX, exact", 1024, 8, 8, App, Exact, size_t(PTRDIFF_MAX) - 7, true, -3, 8, 8},
-        {"block one past PTRDIFF_MAX, increment", 1, 8, 8, App, Inc, size_t(PTRDIFF_MAX) - 8, true, -3, 8, 8},
+        {"block one past PTRDIFF_MAX, exact", 1024, 8, 8, App, Exact, size_t(PTRDIFF_MAX) - 7, true,
+         -3, 8, 8},
+        {"block one past PTRDIFF_MAX, increment", 1, 8, 8, App, Inc, size_t(PTRDIFF_MAX) - 8, true,
+         -3, 8, 8},
         // Representable, but no machine hands such a block out.
-        {"refused growth keeps the block", 1024, 32, 32, App, Exact, size_t(1) << 46, false, -3, 32, 32},
-        {"refused growth, data: nothing written", 16, 32, 32, App, Inc, size_t(1) << 46, true, -9, 32, 32},
+        {"refused growth keeps the block", 1024, 32, 32, App, Exact, size_t(1) << 46, false, -3, 32,
+         32},
+        {"refused growth, data: nothing written", 16, 32, 32, App, Inc, size_t(1) << 46, true, -9,
+         32, 32},
     };
     auto const source = pattern(128, 50);
     for (auto const &c : cases) {
@@ -69,7 +74,8 @@ TEST(ByteArraySetData, ResultCodesAndGrowthPerMode) {
         ASSERT_EQ(a.GetAllocated(), c.startAllocated);
         // Sizes above the source only occur in rows that must not copy anything.
         EXPECT_EQ(a.SetData(c.withData ? source.data() : nullptr, c.size,
-                            static_cast<BA::EKrByteArrayModeOp>(c.op), static_cast<BA::EKrByteArrayModeAlloc>(c.alloc)),
+                            static_cast<BA::EKrByteArrayModeOp>(c.op),
+                            static_cast<BA::EKrByteArrayModeAlloc>(c.alloc)),
                   c.result);
         EXPECT_EQ(a.GetSize(), c.sizeAfter);
         EXPECT_EQ(a.GetAllocated(), c.allocatedAfter);
@@ -109,7 +115,9 @@ TEST(ByteArraySetData, LongAppendRunKeepsRuleAndBytes) {
         ASSERT_EQ(a.SetData(piece.data(), 37, BA::ModeOpAppend, BA::ModeAllocIncrement), 0);
         ASSERT_EQ(a.GetAllocated(), expectAlloc) << i;
         if (i == 1000) {  // reserving in exact mode in between keeps the content
-            ASSERT_EQ(a.SetData(nullptr, a.GetAllocated() + 5000, BA::ModeOpReplace, BA::ModeAllocExact), 0);
+            ASSERT_EQ(
+                a.SetData(nullptr, a.GetAllocated() + 5000, BA::ModeOpReplace, BA::ModeAllocExact),
+                0);
             expectAlloc = a.GetAllocated();
         }
     }

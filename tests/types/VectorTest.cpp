@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-
 #include <malloc.h>
 
 #include <cstdint>
@@ -29,8 +28,11 @@ TEST(VectorGrowth, CapacitiesFollowBothExponents) {
     EXPECT_EQ(CKrVector_double().capacity(), 128u);
     // push_back grows c to floor(c ^ 1.3), insert to floor(c ^ 1.5); below 2 straight to 128;
     // one place more when the formula truncates back to c (c = 2).
-    const struct { unsigned start, count, pushCapacity, insertCapacity; } rows[] = {
-        {128, 128, 128, 128}, {128, 129, 548, 1448}, {0, 1, 128, 128}, {1, 2, 128, 128}, {2, 5, 6, 5},
+    const struct {
+        unsigned start, count, pushCapacity, insertCapacity;
+    } rows[] = {
+        {128, 128, 128, 128}, {128, 129, 548, 1448}, {0, 1, 128, 128},
+        {1, 2, 128, 128},     {2, 5, 6, 5},
     };
     for (auto const &r : rows) {
         SCOPED_TRACE(testing::Message() << r.start << " + " << r.count);
@@ -64,7 +66,8 @@ TEST(VectorEdit, InsertEraseBoundsAndContents) {
     EXPECT_EQ(v.insert(6, 99), -4);
     EXPECT_EQ(items(v), (std::vector<int>{0, 10, 20, 30, 40}));
     // At size() the insert appends.
-    for (auto [at, value] : {std::pair{5, 50}, {0, -10}, {3, 15}}) EXPECT_EQ(v.insert(at, value), 0);
+    for (auto [at, value] : {std::pair{5, 50}, {0, -10}, {3, 15}})
+        EXPECT_EQ(v.insert(at, value), 0);
     EXPECT_EQ(items(v), (std::vector<int>{-10, 0, 10, 15, 20, 30, 40, 50}));
     for (unsigned at : {0, 2, 5}) EXPECT_EQ(v.erase(at), 0);
     EXPECT_EQ(items(v), (std::vector<int>{0, 10, 20, 30, 40}));
@@ -164,7 +167,10 @@ TEST(VectorClassElements, EditsCopiesAndHeapBalance) {
         CKrVector_CKrByteArray a(1);
         churn(a, [&](int i) { return CKrByteArray(bytes.data() + i % 50, 100 + i % 200, 16); });
     };
-    auto heapInUse = [] { auto const mi = mallinfo2(); return mi.uordblks + mi.hblkhd; };
+    auto heapInUse = [] {
+        auto const mi = mallinfo2();
+        return mi.uordblks + mi.hblkhd;
+    };
     // The allocator's per-thread caches count as in use.  Filled up first (7 blocks of every
     // small size), they can neither grow nor hide a leak for more than 7 runs.
     auto fillCaches = [] {
@@ -188,7 +194,8 @@ TEST(VectorFailure, ReallocationFailureIsReportedAndEmpties) {
     ASSERT_EQ(diag.count(), 1u);
     auto const r = diag.records()[0];
     EXPECT_EQ(r.kind, 0);  // an assertion
-    EXPECT_EQ(r.condition + L" | " + r.message, L"m_elementBase == NULL | Error: reallocation failed!");
+    EXPECT_EQ(r.condition + L" | " + r.message,
+              L"m_elementBase == NULL | Error: reallocation failed!");
     EXPECT_EQ(r.source + L":" + std::to_wstring(r.line), L"types/CKrVector:1162");
     EXPECT_EQ(v.size() + v.capacity(), 0u);
     v.push_back(CKrByteArray());  // usable again afterwards

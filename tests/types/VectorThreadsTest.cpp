@@ -27,9 +27,10 @@ TEST(VectorThreads, SharedVectorsStayConsistent) {
             if (i % 50 == 0) pointers.insert(0, reinterpret_cast<void *>(value + 1));
             unsigned const n = numbers.size();
             kr_int64 const seen = numbers.at_safe(n - 1);
-            badReads += n == 0 || seen < 0 || seen % 1000000 >= kPerThread ||
-                        strings.at_safe(static_cast<unsigned>(i) % strings.size()).IsEmpty() ||
-                        !pointers.find(reinterpret_cast<void *>(kr_int64(t) * 1000000 + 1), nullptr);
+            badReads +=
+                n == 0 || seen < 0 || seen % 1000000 >= kPerThread ||
+                strings.at_safe(static_cast<unsigned>(i) % strings.size()).IsEmpty() ||
+                !pointers.find(reinterpret_cast<void *>(kr_int64(t) * 1000000 + 1), nullptr);
         }
     };
     std::vector<std::future<void>> done;

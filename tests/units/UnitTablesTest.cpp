@@ -39,11 +39,15 @@ TEST(UnitTables, IrregularTexts) {
 }
 
 TEST(UnitTables, EveryTypeRowMatches) {
-    const struct { int type; const wchar_t *name; int count, first, byDefault; } types[] = {
-        {0, L"No unit", 0, 10, 10},     {1, L"Length", 10, 0, 2},   {2, L"Area", 10, 0, 2},
-        {3, L"Volume", 10, 0, 2},       {4, L"Angle", 3, 11, 11},   {5, L"Wavelength", 1, 1, 1},
-        {6, L"Time", 6, 14, 16},        {7, L"Ratio", 2, 20, 21},   {8, L"Temperature", 3, 22, 22},
-        {9, L"Custom", 0, 10, 10},      {10, L"Amount", 4, 25, 25}, {11, L"Velocity", 0, 0, 316},
+    const struct {
+        int type;
+        const wchar_t *name;
+        int count, first, byDefault;
+    } types[] = {
+        {0, L"No unit", 0, 10, 10},  {1, L"Length", 10, 0, 2},   {2, L"Area", 10, 0, 2},
+        {3, L"Volume", 10, 0, 2},    {4, L"Angle", 3, 11, 11},   {5, L"Wavelength", 1, 1, 1},
+        {6, L"Time", 6, 14, 16},     {7, L"Ratio", 2, 20, 21},   {8, L"Temperature", 3, 22, 22},
+        {9, L"Custom", 0, 10, 10},   {10, L"Amount", 4, 25, 25}, {11, L"Velocity", 0, 0, 316},
         {12, L"Pressure", 0, 0, 10},
     };
     for (const auto &t : types) {
@@ -87,11 +91,13 @@ TEST(UnitTables, IdsOutsideTheTablesFallBack) {
 }
 
 TEST(UnitLookup, SearchOrderAndAliases) {
-    const struct { const wchar_t *text; int id; } cases[] = {
-        {L"um", 2},  {L"UM", 2},  {L"MICROMETERS", 2}, {L"m", 6},    {L"M", 6},     {L"h", 14},
-        {L"in", 9},  {L"INCH", 9}, {L"px", 0},         {L"%", 21},   {L"\u00b0C", 22},
-        {L"k", 23},  {L"nM", 1},  {L"mM", 3},          {L"mbar", 29}, {L"xyz", 10},
-        {L"", 20},   {L"m ", 10},
+    const struct {
+        const wchar_t *text;
+        int id;
+    } cases[] = {
+        {L"um", 2}, {L"UM", 2},   {L"MICROMETERS", 2}, {L"m", 6},    {L"M", 6},        {L"h", 14},
+        {L"in", 9}, {L"INCH", 9}, {L"px", 0},          {L"%", 21},   {L"\u00b0C", 22}, {L"k", 23},
+        {L"nM", 1}, {L"mM", 3},   {L"mbar", 29},       {L"xyz", 10}, {L"", 20},        {L"m ", 10},
     };
     for (const auto &c : cases) EXPECT_EQ(Get_Unit_ID(c.text), c.id) << str(c.text);
     EXPECT_EQ(Get_Unit_ID(nullptr), 10);
@@ -104,11 +110,22 @@ TEST(UnitLookup, SearchOrderAndAliases) {
 }
 
 TEST(UnitLookup, ComposedNames) {
-    const struct { bool isLong; int type, unit; const wchar_t *text; } cases[] = {
-        {false, 2, 3, L"mm\u00b2"},     {true, 2, 3, L"Millimeters\u00b2"},  {false, 1, 40, L"??"},
-        {false, 3, 2, L"\u00b5m\u00b3"}, {true, 3, 99, L"Unknown\u00b3"},     {false, -7, 20, L""},
-        {true, 11, 316, L"Micrometers/Seconds"}, {false, 11, 416, L"mm/s"},
-        {false, 11, 114, L"px/h"}, {false, 11, INT_MIN, L"?\?/?\?"}, {true, 6, 17, L"Milliseconds"},
+    const struct {
+        bool isLong;
+        int type, unit;
+        const wchar_t *text;
+    } cases[] = {
+        {false, 2, 3, L"mm\u00b2"},
+        {true, 2, 3, L"Millimeters\u00b2"},
+        {false, 1, 40, L"??"},
+        {false, 3, 2, L"\u00b5m\u00b3"},
+        {true, 3, 99, L"Unknown\u00b3"},
+        {false, -7, 20, L""},
+        {true, 11, 316, L"Micrometers/Seconds"},
+        {false, 11, 416, L"mm/s"},
+        {false, 11, 114, L"px/h"},
+        {false, 11, INT_MIN, L"?\?/?\?"},
+        {true, 6, 17, L"Milliseconds"},
         {true, 11, 2524, L"Degrees Fahrenheit/Degrees Fahre"},  // cut to 32 characters
     };
     for (const auto &c : cases) {
@@ -140,10 +157,14 @@ TEST(UnitLookup, TypedIdsInvertComposedNames) {
             EXPECT_EQ(shortId, time == 15 ? (u + 1) * 100 + 6 : id) << id;
         }
     }
-    const struct { int type; const wchar_t *text; int id; } cases[] = {
-        {11, L"mm/s", 416}, {11, L"mm", 10}, {11, L"xx/s", 10},     {6, L"ms", 17},
-        {11, L"mm/", 420},  {11, L"/s", 2116},  // an empty half is "val" (20)
-        {2, L"", 20},       {2, L"mm", 6},      {3, L"m", 20},  // the last character is dropped
+    const struct {
+        int type;
+        const wchar_t *text;
+        int id;
+    } cases[] = {
+        {11, L"mm/s", 416}, {11, L"mm", 10},   {11, L"xx/s", 10},
+        {6, L"ms", 17},     {11, L"mm/", 420}, {11, L"/s", 2116},  // an empty half is "val" (20)
+        {2, L"", 20},       {2, L"mm", 6},     {3, L"m", 20},      // the last character is dropped
     };
     for (const auto &c : cases) EXPECT_EQ(Get_UnitType_ID(c.type, c.text), c.id) << str(c.text);
     for (int type : {2, 3, 6, 11, -1}) EXPECT_EQ(Get_UnitType_ID(type, nullptr), 10);

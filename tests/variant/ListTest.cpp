@@ -4,8 +4,8 @@
 
 #include <functional>
 
-#include "common/DiagCapture.h"
 #include "ListTestSupport.h"
+#include "common/DiagCapture.h"
 #include "variant/CKrList.h"
 
 using Key = CKrList::CKrKey;

@@ -4,8 +4,8 @@
 
 #include <atomic>
 
-#include "common/DiagCapture.h"
 #include "ListTestSupport.h"
+#include "common/DiagCapture.h"
 #include "variant/CKrList.h"
 #include "variant/CKrListTyped.h"
 

@@ -1,8 +1,8 @@
 // CKrList_specI<T>: typed items and callbacks over the same list.
 #include <gtest/gtest.h>
 
-#include "common/DiagCapture.h"
 #include "ListTestSupport.h"
+#include "common/DiagCapture.h"
 #include "variant/CKrListTyped.h"
 
 namespace {

@@ -89,25 +89,29 @@ TEST(VariantStress, SeventyThousandChildren) {
 TEST(VariantStress, ThreadsBuildAndReadTheirOwnTrees) {
     std::atomic<int> failures{0};
     CKrVariant shared = deepChain(50);  // read by everyone, changed by no one
-    RunThreads(4, [&](int t) {
-        for (int round = 0; round < 30; ++round) {
-            CKrVariant mine(CKrListVariant(), L"t");
-            for (int i = 0; i < 200; ++i) {
-                // Distinct names: duplicates would all pair with the first of their name.
-                CKrVariant &group = mine.Append(CKrVariant(CKrListVariant(), numbered(L"g", i)));
-                group.Append(CKrVariant(t * 1000 + i, L"id"));
-                group.Append(CKrVariant(L"text", L"s"));
+    RunThreads(
+        4,
+        [&](int t) {
+            for (int round = 0; round < 30; ++round) {
+                CKrVariant mine(CKrListVariant(), L"t");
+                for (int i = 0; i < 200; ++i) {
+                    // Distinct names: duplicates would all pair with the first of their name.
+                    CKrVariant &group =
+                        mine.Append(CKrVariant(CKrListVariant(), numbered(L"g", i)));
+                    group.Append(CKrVariant(t * 1000 + i, L"id"));
+                    group.Append(CKrVariant(L"text", L"s"));
+                }
+                CKrVariant copy(mine);
+                if (!(copy == mine) || copy.GetCount() != 200) ++failures;
+                if (copy[199][L"id"].GetKr_int32() != t * 1000 + 199) ++failures;
+                if (!shared.Search(L"leaf", nullptr)) ++failures;
+                CKrStringW text;
+                copy.Write(text);
+                if (text.GetLength() == 0) ++failures;
+                copy.ClearList();
+                if (copy.GetCount() != 0) ++failures;
             }
-            CKrVariant copy(mine);
-            if (!(copy == mine) || copy.GetCount() != 200) ++failures;
-            if (copy[199][L"id"].GetKr_int32() != t * 1000 + 199) ++failures;
-            if (!shared.Search(L"leaf", nullptr)) ++failures;
-            CKrStringW text;
-            copy.Write(text);
-            if (text.GetLength() == 0) ++failures;
-            copy.ClearList();
-            if (copy.GetCount() != 0) ++failures;
-        }
-    }, 120);
+        },
+        120);
     EXPECT_EQ(failures.load(), 0);
 }

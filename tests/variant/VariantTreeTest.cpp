@@ -164,7 +164,7 @@ TEST(VariantEquality, NamedChildrenPairByNameUnnamedByPosition) {
         bool equal;
     } cases[] = {
         {{V(1, L"a"), V(2, L"b")}, {V(2, L"b"), V(1, L"a")}, true},  // any order
-        {{V(1), V(2)}, {V(2), V(1)}, false},                          // unnamed: by position
+        {{V(1), V(2)}, {V(2), V(1)}, false},                         // unnamed: by position
         {{V(1), V(2)}, {V(1), V(2)}, true},
         {{V(1, L"a")}, {V(1, L"b")}, false},  // name missing on the other side
         {{V(1, L"a")}, {V(1, L"a"), V(1, L"b")}, false},
@@ -190,7 +190,8 @@ TEST(VariantEquality, NamedChildrenPairByNameUnnamedByPosition) {
             EXPECT_EQ(make(c.a, padded) == make(c.b, padded), c.equal);
         }
     }
-    EXPECT_FALSE(CKrVariant::CreateStructNamed(kPoint, L"l", {}) == list({}));  // record type counts
+    EXPECT_FALSE(CKrVariant::CreateStructNamed(kPoint, L"l", {}) ==
+                 list({}));  // record type counts
 }
 
 TEST(VariantSearch, BreadthFirstFixedAndRecursive) {

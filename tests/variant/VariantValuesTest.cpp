@@ -88,8 +88,12 @@ TEST(VariantHolders, ParsingKeepsValueOnGarbageAndFollowsReadRules) {
     CKrVariantDataKr_int32 i(7);
     expectReads(i, {{L"abc", L"7"}, {L"  -12xyz", L"-12"}, {nullptr, L"-12"}});
     CKrVariantDataBool b;  // alternating results, so that "unchanged" cannot pass for "read"
-    expectReads(b, {{L"TRUE", L"true"}, {L"yes", L"false"}, {L"TrUe", L"true"}, {L"1", L"false"},
-                    {L"true", L"true"}, {L"true ", L"false"}});
+    expectReads(b, {{L"TRUE", L"true"},
+                    {L"yes", L"false"},
+                    {L"TrUe", L"true"},
+                    {L"1", L"false"},
+                    {L"true", L"true"},
+                    {L"true ", L"false"}});
     CKrVariantDataDouble d(1.0);
     expectReads(d, {{L"3.25", L"3.250000000000000"}, {L"\u0100", L"0.000000000000000"}});  // '?'
 
@@ -144,10 +148,14 @@ TEST(VariantNames, ValidationTable) {
         std::wstring in, out;
         bool changed;
     } cases[] = {
-        {L"", L"no_name", true},          {L"9lives", L"_lives", true},
-        {L"9 lives", L"__lives", true},   {L"a b", L"a_b", true},
-        {L"_ok-1.x", L"_ok-1.x", false},  {L"-x", L"_x", true},
-        {L"\u00e9t\u00e9", L"_t_", true}, {L"Name", L"Name", false},
+        {L"", L"no_name", true},
+        {L"9lives", L"_lives", true},
+        {L"9 lives", L"__lives", true},
+        {L"a b", L"a_b", true},
+        {L"_ok-1.x", L"_ok-1.x", false},
+        {L"-x", L"_x", true},
+        {L"\u00e9t\u00e9", L"_t_", true},
+        {L"Name", L"Name", false},
         {L"a/b<c>", L"a_b_c_", true},
         // The name ends at a zero unit: a clean part before it is kept as it is.
         {std::wstring(L"ok\0 bad", 7), std::wstring(L"ok\0 bad", 7), false},
@@ -165,7 +173,7 @@ TEST(VariantNames, ValidationTable) {
         EXPECT_EQ(given.GetStdString(), c.in);  // constructors validate their own copy
     }
     CKrVariant v(1, L"ok");
-    v.SetName(L"not valid");  // stored as given
+    v.SetName(L"not valid");                                          // stored as given
     EXPECT_EQ(CKrVariant(v).GetName().GetStdString(), L"not valid");  // copies keep it too
 }
 
@@ -178,26 +186,58 @@ TEST(VariantMisuse, ReportedOnceAndValueKept) {
     static auto pair = [] { return V::CreateStruct(L"l", {V(1, L"a"), V(2, L"b")}); };
     wchar_t const *refused = L"!m_enabledTypeChange", *unknown = L"it == samples.end()",
                   *notList = L"(!m_pData || !m_pData->IsArray())",
-                  *notListType = L"(!m_enabledTypeChange && GetRunType() != "
-                                 L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
-                  *off = L"Error: CKrVariant::operator=, can't do assignment - type change "
-                         L"not enabled",
+                  *notListType =
+                      L"(!m_enabledTypeChange && GetRunType() != "
+                      L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
+                  *off =
+                      L"Error: CKrVariant::operator=, can't do assignment - type change "
+                      L"not enabled",
                   *badIndex = L"((signed)item >= list.Number())";
     struct Case {
         char const *what;
         bool (*fallbackHolds)(V &s, V &l);
         wchar_t const *condition, *message;
     } cases[] = {
-        {"value into Null", [](V &, V &) { V n; n = 5; return n.IsNull(); }, refused, off},
-        {"value of another type", [](V &s, V &) { s = 2.5; return true; }, refused, off},
-        {"MakeNull", [](V &s, V &) { s.MakeNull(); return true; }, refused,
-         L"Error: CKrVariant::MakeNull()), type change not enabled!"},
-        {"variant of another type", [](V &s, V &) { s = V(1.5); return true; }, refused,
+        {"value into Null",
+         [](V &, V &) {
+             V n;
+             n = 5;
+             return n.IsNull();
+         },
+         refused, off},
+        {"value of another type",
+         [](V &s, V &) {
+             s = 2.5;
+             return true;
+         },
+         refused, off},
+        {"MakeNull",
+         [](V &s, V &) {
+             s.MakeNull();
+             return true;
+         },
+         refused, L"Error: CKrVariant::MakeNull()), type change not enabled!"},
+        {"variant of another type",
+         [](V &s, V &) {
+             s = V(1.5);
+             return true;
+         },
+         refused,
          L"Error: can't do assignment from type: double to: kr_int32, type change not enabled!"},
-        {"variant into Null", [](V &, V &l) { V n; n = l; return n.IsNull(); }, refused,
+        {"variant into Null",
+         [](V &, V &l) {
+             V n;
+             n = l;
+             return n.IsNull();
+         },
+         refused,
          L"Error: can't do assignment from type: CKrListVariant to: unknown, type change not "
          L"enabled!"},
-        {"Null into a value", [](V &s, V &) { s = V(); return true; },
+        {"Null into a value",
+         [](V &s, V &) {
+             s = V();
+             return true;
+         },
          L"m_pData && !m_enabledTypeChange",
          L"Error: can't do assignment, type change not enabled!"},
         {"list holder into a scalar holder",
@@ -214,10 +254,19 @@ TEST(VariantMisuse, ReportedOnceAndValueKept) {
              return i.SetRunType(RT("kr_int32")) == -9 && i.SetRunType(RT("double")) == -9;
          },
          L"arg != GetRunType()", L"Error: CKrVariantData::SetRunType(), can't set runtype!"},
-        {"insert at -1", [](V &, V &l) { l.Insert(pair(), -1); return true; }, L"iIdx < 0", L""},
+        {"insert at -1",
+         [](V &, V &l) {
+             l.Insert(pair(), -1);
+             return true;
+         },
+         L"iIdx < 0", L""},
         {"append to a scalar", [](V &s, V &l) { return s.Append(l).IsNull(); }, L"true",
          L"Error: invalid variant type (kr_int32) for array operation."},
-        {"insert into a scalar", [](V &s, V &l) { s.Insert(l, 0); return true; },
+        {"insert into a scalar",
+         [](V &s, V &l) {
+             s.Insert(l, 0);
+             return true;
+         },
          L"(m_pData && !m_enabledTypeChange && GetRunType() != "
          L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
          L"Error: invalid variant type for array operation."},
@@ -236,12 +285,16 @@ TEST(VariantMisuse, ReportedOnceAndValueKept) {
         {"delete at the count", [](V &, V &l) { return !l.Delete(2); }, badIndex,
          L"Error: invalid index to delete!"},
         {"delete at an index negative once signed",
-         [](V &, V &l) { return !l.Delete(0x80000000u); },
-         badIndex, L"Error: invalid index to delete!"},
+         [](V &, V &l) { return !l.Delete(0x80000000u); }, badIndex,
+         L"Error: invalid index to delete!"},
         {"delete in a scalar", [](V &s, V &) { return !s.Delete(0); }, notListType,
          L"Error: can't delete member in this runtype."},
-        {"clear a scalar", [](V &s, V &) { s.ClearList(); return true; }, notListType,
-         L"Error: can't ClearList in this runtype."},
+        {"clear a scalar",
+         [](V &s, V &) {
+             s.ClearList();
+             return true;
+         },
+         notListType, L"Error: can't ClearList in this runtype."},
         {"register another definition",
          [](V &, V &) {
              return V::RegisterRunType(V::CreateStruct(L"RKrTestPoint", {V(0, L"x")})) == -9 &&
@@ -252,11 +305,11 @@ TEST(VariantMisuse, ReportedOnceAndValueKept) {
         {"variant of an unknown type", [](V &, V &) { return V(RT("RKrNope"), L"n").IsNull(); },
          unknown, L"Error: CKrVariant::GetRunTypeSample(), can't find: 'RKrNope' runtype!"},
         {"index of an unknown type",
-         [](V &, V &) { return V::GetRunTypeIndex(RT("RKrNope")) == -1; },
-         unknown, L"Error: CKrVariant::GetRunTypeIndex(), can't find: 'RKrNope' runtype!"},
+         [](V &, V &) { return V::GetRunTypeIndex(RT("RKrNope")) == -1; }, unknown,
+         L"Error: CKrVariant::GetRunTypeIndex(), can't find: 'RKrNope' runtype!"},
         {"SetRunType without type change",
-         [](V &s, V &) { return s.SetRunType(RT("RKrTestPoint")) == -9; },
-         refused, L"Error: CKrVariant::SetRunType(), type change not enabled!"},
+         [](V &s, V &) { return s.SetRunType(RT("RKrTestPoint")) == -9; }, refused,
+         L"Error: CKrVariant::SetRunType(), type change not enabled!"},
         {"scalar to a record",
          [](V &s, V &) {
              s.EnableTypeChange(true);

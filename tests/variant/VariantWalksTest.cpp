@@ -27,22 +27,36 @@ void fill(CKrVariant &list, std::mt19937 &rng, int depth) {
         CKrStringW name = (rng() % 3 == 0) ? CKrStringW(names[rng() % 8])
                                            : CKrStringW(L"n" + std::to_wstring(rng() % 1000));
         switch (rng() % 9) {
-        case 0: list.Append(CKrVariant(static_cast<int>(rng()), name)); break;
-        case 1: list.Append(CKrVariant(static_cast<double>(rng() % 1000) / 8.0, name)); break;
-        case 2: list.Append(CKrVariant(L"s<\"&\n" + std::to_wstring(rng() % 50), name)); break;
-        case 3: list.Append(CKrVariant(rng() % 2 == 0, name)); break;
-        case 4: list.Append(CKrVariant(kr_uint64(rng()) << 20, name)); break;
-        case 5: list.Append(CKrVariant()).SetName(name); break;
-        case 6: list.Append(CKrVariant(CKrByteArray("\x01\x02\x03", 3, 8), name)); break;
-        default:
-            if (depth < 4) {
-                CKrVariant sub(CKrListVariant(), name);
-                fill(sub, rng, depth + 1);
-                if (rng() % 3 == 0) sub.SetRunType(kRecord);  // a record with the same children
-                list.Append(std::move(sub));
-            } else {
-                list.Append(CKrVariant(CKrListVariant(), name));
-            }
+            case 0:
+                list.Append(CKrVariant(static_cast<int>(rng()), name));
+                break;
+            case 1:
+                list.Append(CKrVariant(static_cast<double>(rng() % 1000) / 8.0, name));
+                break;
+            case 2:
+                list.Append(CKrVariant(L"s<\"&\n" + std::to_wstring(rng() % 50), name));
+                break;
+            case 3:
+                list.Append(CKrVariant(rng() % 2 == 0, name));
+                break;
+            case 4:
+                list.Append(CKrVariant(kr_uint64(rng()) << 20, name));
+                break;
+            case 5:
+                list.Append(CKrVariant()).SetName(name);
+                break;
+            case 6:
+                list.Append(CKrVariant(CKrByteArray("\x01\x02\x03", 3, 8), name));
+                break;
+            default:
+                if (depth < 4) {
+                    CKrVariant sub(CKrListVariant(), name);
+                    fill(sub, rng, depth + 1);
+                    if (rng() % 3 == 0) sub.SetRunType(kRecord);  // a record with the same children
+                    list.Append(std::move(sub));
+                } else {
+                    list.Append(CKrVariant(CKrListVariant(), name));
+                }
         }
     }
 }
@@ -61,14 +75,15 @@ CKrVariant randomTree(unsigned seed) {
 ::testing::AssertionResult sameTree(CKrVariant const &a, CKrVariant const &b,
                                     std::wstring const &path = L"") {
     std::wstring here = path + L"/" + a.GetName().GetStdString();
-    bool same = a.GetName().GetStdString() == b.GetName().GetStdString() &&
-                runType(a) == runType(b) && a.IsNull() == b.IsNull() &&
-                a.IsEnabledTypeChange() == b.IsEnabledTypeChange() &&
-                a.GetCount() == b.GetCount() &&
-                (a.GetCount() >= 0 || a.IsNull() || text(a) == text(b));
+    bool same =
+        a.GetName().GetStdString() == b.GetName().GetStdString() && runType(a) == runType(b) &&
+        a.IsNull() == b.IsNull() && a.IsEnabledTypeChange() == b.IsEnabledTypeChange() &&
+        a.GetCount() == b.GetCount() && (a.GetCount() >= 0 || a.IsNull() || text(a) == text(b));
     for (int i = 0; same && i < a.GetCount(); ++i) {
-        if (a.IndexPtr(i) == b.IndexPtr(i)) same = false;
-        else if (auto r = sameTree(*a.IndexPtr(i), *b.IndexPtr(i), here); !r) return r;
+        if (a.IndexPtr(i) == b.IndexPtr(i))
+            same = false;
+        else if (auto r = sameTree(*a.IndexPtr(i), *b.IndexPtr(i), here); !r)
+            return r;
     }
     if (same) return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure() << "differs at " << ::testing::PrintToString(here);
@@ -101,20 +116,23 @@ void mutate(CKrVariant &tree, std::mt19937 &rng) {
     while (node->GetCount() > 0 && rng() % 3 != 0)
         node = node->IndexPtr(static_cast<int>(rng() % node->GetCount()));
     switch (rng() % 4) {
-    case 0: break;
-    case 1: node->SetName(CKrStringW(node->GetName().GetStdString() + L"s")); break;
-    case 2:
-        if (node->GetCount() >= 2) {
+        case 0:
+            break;
+        case 1:
+            node->SetName(CKrStringW(node->GetName().GetStdString() + L"s"));
+            break;
+        case 2:
+            if (node->GetCount() >= 2) {
+                node->EnableTypeChange(true);
+                CKrVariant first(*node->IndexPtr(0));
+                node->Delete(0);
+                node->Append(first);  // the first child moves to the end (a record becomes plain)
+            }
+            break;
+        default:
             node->EnableTypeChange(true);
-            CKrVariant first(*node->IndexPtr(0));
-            node->Delete(0);
-            node->Append(first);  // the first child moves to the end (a record becomes plain)
-        }
-        break;
-    default:
-        node->EnableTypeChange(true);
-        if (node->GetCount() < 0) *node = 12345;
-        break;
+            if (node->GetCount() < 0) *node = 12345;
+            break;
     }
 }
 
@@ -191,10 +209,25 @@ TEST(VariantWalks, EqualityFollowsThePairingRuleOnRandomPairs) {
 }
 
 TEST(VariantWalks, NumbersAreWrittenExactlyLikePrintf) {
-    double const doubles[] = {0.1,     -0.0,    2.5,     1.0 / 3.0, std::ldexp(1.0, -16),
-                              std::ldexp(3.0, -17),      1e300,   -1e-300, DBL_MAX,
-                              -DBL_MAX, DBL_MIN, 5e-324,  123456789.987654321, 0.5e-15,
-                              1.5e-15, -2.5e-15, INFINITY, -INFINITY, NAN};
+    double const doubles[] = {0.1,
+                              -0.0,
+                              2.5,
+                              1.0 / 3.0,
+                              std::ldexp(1.0, -16),
+                              std::ldexp(3.0, -17),
+                              1e300,
+                              -1e-300,
+                              DBL_MAX,
+                              -DBL_MAX,
+                              DBL_MIN,
+                              5e-324,
+                              123456789.987654321,
+                              0.5e-15,
+                              1.5e-15,
+                              -2.5e-15,
+                              INFINITY,
+                              -INFINITY,
+                              NAN};
     for (double d : doubles) {
         SCOPED_TRACE(d);
         std::wstring expected(512, L'\0');
@@ -203,4 +236,3 @@ TEST(VariantWalks, NumbersAreWrittenExactlyLikePrintf) {
         EXPECT_EQ(text(CKrVariant(d)), expected);
     }
 }
-

@@ -74,7 +74,8 @@ TEST_F(XmlFile, SaveWritesMarkAndHeaderAndLoadsBack) {
     ASSERT_EQ(t.SaveToFile(Path("u16.xml"), false, false), 0);
     std::string u16 = Read("u16.xml");
     std::u16string expected =
-        u"\xFEFF<?xml version=\"1.0\" encoding=\"UTF-16\"?>\r\n<r a=\"\u0161\"><x>\u20ac \xD83D\xDE00</x></r>";
+        u"\xFEFF<?xml version=\"1.0\" encoding=\"UTF-16\"?>\r\n<r a=\"\u0161\"><x>\u20ac "
+        u"\xD83D\xDE00</x></r>";
     ASSERT_EQ(u16.size(), expected.size() * 2);
     EXPECT_EQ(std::memcmp(u16.data(), expected.data(), u16.size()), 0);
 
@@ -110,7 +111,8 @@ TEST_F(XmlFile, CodePagesMatchIconv) {
     for (auto const &p : pages) {
         std::string body;
         for (int b = 0x80; b <= 0xFF; ++b) {
-            if (p.skipUndefined1250 && (b == 0x81 || b == 0x83 || b == 0x88 || b == 0x90 || b == 0x98))
+            if (p.skipUndefined1250 &&
+                (b == 0x81 || b == 0x83 || b == 0x88 || b == 0x90 || b == 0x98))
                 continue;
             body += static_cast<char>(b);
         }
@@ -121,8 +123,9 @@ TEST_F(XmlFile, CodePagesMatchIconv) {
         EXPECT_EQ(LoadText("page.xml", file), expected) << p.declared;
     }
     // The unassigned bytes of 1250 map to the C1 control of the same value.
-    EXPECT_EQ(LoadText("c1.xml", "<?xml version=\"1.0\" encoding=\"windows-1250\"?>\n<t>\x81\x98</t>"),
-              L"\u0081\u0098");
+    EXPECT_EQ(
+        LoadText("c1.xml", "<?xml version=\"1.0\" encoding=\"windows-1250\"?>\n<t>\x81\x98</t>"),
+        L"\u0081\u0098");
 }
 
 TEST_F(XmlFile, HeaderEncodingRules) {
@@ -135,7 +138,8 @@ TEST_F(XmlFile, HeaderEncodingRules) {
         {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<t>\xC3\xA9</t>", L"\u00e9"},
         {"<?xml version='1.0' encoding='US-ASCII'?>\r\n<t>a\xE9</t>", L"a\ufffd"},
         {"<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<t>\xC3(</t>", L"\ufffd("},
-        {"<?xml version=\"1.0\" encoding=\"CP852'?>\r\n<t>\xA0</t>", L"\u00e1"},  // either quote closes
+        {"<?xml version=\"1.0\" encoding=\"CP852'?>\r\n<t>\xA0</t>",
+         L"\u00e1"},  // either quote closes
         // an LF before the declaration ends does not count when there is a CR later
         {"<?xml version=\"1.0\"\n encoding=\"CP852\"?>\r\n<t>\xA0</t>", L"\u00e1"},
         // not read: no line break at all, so expat sees the declaration (and refuses it)
@@ -155,7 +159,8 @@ TEST_F(XmlFile, HeaderEncodingRules) {
     EXPECT_EQ(LoadText("h.xml", "<?xml version=\"1.0\" encoding=\"ISO-8859-2\"?>\r\n<t/>"), L"!-2");
     auto records = diag.records();
     ASSERT_EQ(records.size(), 1u);
-    EXPECT_EQ(records[0].message,
-              L"ERROR: CKrXMLTree::ConvertBuffer2UTF16 - file encoding ISO-8859-2 is not implemented");
+    EXPECT_EQ(
+        records[0].message,
+        L"ERROR: CKrXMLTree::ConvertBuffer2UTF16 - file encoding ISO-8859-2 is not implemented");
     EXPECT_EQ(records[0].source, L"xmltree/XmlTree");
 }

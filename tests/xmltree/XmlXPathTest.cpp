@@ -13,8 +13,9 @@ namespace {
 class XmlXPath : public ::testing::Test {
 protected:
     void SetUp() override {
-        CKrStringW xml(L"<root><a id=\"1\" k=\"x\"><b n=\"1\"/><b n=\"2\">two</b><b n=\"3\"/></a>"
-                       L"<a id=\"2\"><b n=\"4\"/>t<!--c--></a><c/></root>");
+        CKrStringW xml(
+            L"<root><a id=\"1\" k=\"x\"><b n=\"1\"/><b n=\"2\">two</b><b n=\"3\"/></a>"
+            L"<a id=\"2\"><b n=\"4\"/>t<!--c--></a><c/></root>");
         ASSERT_EQ(tree.SetValue(xml, true), 0);
         root = tree.FirstChild();
     }
@@ -29,10 +30,14 @@ protected:
         for (CKrXMLNode *n : set) {
             CKrStringW v;
             s += s.empty() ? L"" : L",";
-            if (!n) s += L"null";
-            else if (n->GetAttr(L"n", v) == 0 || n->GetAttr(L"id", v) == 0) s += v.GetStdString();
-            else if (n->NodeType() == krXML_ELEMENT) s += n->TagName().GetStdString();
-            else s += L"#" + std::to_wstring(n->NodeType());
+            if (!n)
+                s += L"null";
+            else if (n->GetAttr(L"n", v) == 0 || n->GetAttr(L"id", v) == 0)
+                s += v.GetStdString();
+            else if (n->NodeType() == krXML_ELEMENT)
+                s += n->TagName().GetStdString();
+            else
+                s += L"#" + std::to_wstring(n->NodeType());
         }
         return s;
     }
@@ -58,17 +63,17 @@ TEST_F(XmlXPath, StepsAndNodeTests) {
         {L"a/comment()", L"1,2,3,4,#1,#2"},
         {L"node()", L"1,2,c"},
         {L"x", L""},
-        {L"a/b/..", L"!-4"},     // ends in "..": the empty rest is refused
+        {L"a/b/..", L"!-4"},        // ends in "..": the empty rest is refused
         {L"a/b/../b", L"1,2,3,4"},  // parents de-duplicated before the next step
         {L"./a/./b", L"1,2,3,4"},
-        {L"a/b[2]", L"2"},       // per parent: a1 has a second b, a2 does not
+        {L"a/b[2]", L"2"},  // per parent: a1 has a second b, a2 does not
         {L"a/b[ 3 ]", L"3"},
         {L"a/b[-1]", L"null,null"},  // one null entry per parent group
         {L"a/b[@n='2']", L"2"},
         {L"a/b[@n = \"2\"]", L"2"},
         {L"a/b[@n!='2']", L"1,3,4"},
         {L"a[@k]", L"1"},
-        {L"a[@k='']", L"2"},     // a missing attribute compares as empty
+        {L"a[@k='']", L"2"},  // a missing attribute compares as empty
         {L"a[@k!='']", L"1"},
         {L"a[@id='1'][@k='x']/b[2]", L"2"},
         {L"a[@id='1'] [@k='y']", L""},
