@@ -86,7 +86,8 @@ format)
         mapfile -t bad < <(for f in "${files[@]}"; do
             clang-format --dry-run --Werror "$f" >/dev/null 2>&1 || echo "$f"; done)
         printf 'differs from .clang-format: %s\n' "${bad[@]}" | grep -v ': $' || true
-        echo "format: $(( ${#files[@]} - ${#bad[@]} )) passed, ${#bad[@]} failed"
+        echo "${#files[@]} files checked, ${#bad[@]} differ"
+        if [ ${#bad[@]} -eq 0 ]; then echo "format: 1 passed, 0 failed"; else echo "format: 0 passed, 1 failed"; fi
         [ ${#bad[@]} -eq 0 ]
     else
         clang-format -i "${files[@]}"
