@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/KrPlatform.h"
-#include "platform/KrUnicode.h"
+#include "platform/internal/KrUnicode.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cerrno>
 
 #include "platform/KrPlatform.h"
-#include "platform/KrUnicode.h"
+#include "platform/internal/KrUnicode.h"
 
 extern "C" {
 

@@ -1,7 +1,7 @@
 // KR_WChar2Char: UTF-16 to UTF-8 or Latin-1, with the measuring and buffer-size contract that
 // the string classes rely on.
 #include "platform/KrPlatform.h"
-#include "platform/KrUnicode.h"
+#include "platform/internal/KrUnicode.h"
 
 extern "C" int KR_WChar2Char(const wchar_t *src, int srcLength, char *dst, kr_int64 dstSize,
                              bool utf8) {

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "variant/CKrVariant.h"
-#include "variant/CKrVariantTree.h"
+#include "variant/internal/VariantTree.h"
 
 std::recursive_mutex &CKrListVariant::GetLock() {
     static std::recursive_mutex lock;

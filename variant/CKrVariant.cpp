@@ -8,7 +8,7 @@
 
 #include "platform/KrPlatform.h"
 #include "types/Base64Coder.h"
-#include "variant/CKrVariantTree.h"
+#include "variant/internal/VariantTree.h"
 
 namespace {
 
@@ -93,7 +93,7 @@ T readNumber(CKrVariantData const *data, bool *ok, wchar_t const *failure, size_
         }
     }
     if (ok) *ok = false;
-    DiagAssertW(L"true", KR_VARIANT_SOURCE, __LINE__, failure);
+    KR_REPORTW(L"true", KR_VARIANT_SOURCE, failure);
     return static_cast<T>(-1);
 }
 
@@ -189,8 +189,8 @@ bool CKrVariant::EnableTypeChange(bool enable) {
 
 CKrVariant &CKrVariant::MakeNull() {
     if (!m_enabledTypeChange) {
-        DiagAssertW(L"!m_enabledTypeChange", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: CKrVariant::MakeNull()), type change not enabled!");
+        KR_REPORTW(L"!m_enabledTypeChange", KR_VARIANT_SOURCE,
+                   L"Error: CKrVariant::MakeNull()), type change not enabled!");
         return *this;
     }
     CKrVariantData *old = m_pData;
@@ -273,8 +273,8 @@ CKrVariant &CKrVariant::operator=(CKrVariant const &other) {
     if (this == &other || (m_pData && m_pData == other.m_pData)) return *this;
     if (!other.m_pData) {
         if (m_pData && !m_enabledTypeChange) {
-            DiagAssertW(L"m_pData && !m_enabledTypeChange", KR_VARIANT_SOURCE, __LINE__,
-                        L"Error: can't do assignment, type change not enabled!");
+            KR_REPORTW(L"m_pData && !m_enabledTypeChange", KR_VARIANT_SOURCE,
+                       L"Error: can't do assignment, type change not enabled!");
             return *this;
         }
         CKrVariantData *old = m_pData;
@@ -287,9 +287,9 @@ CKrVariant &CKrVariant::operator=(CKrVariant const &other) {
         return *this;
     }
     if (!m_enabledTypeChange) {
-        DiagAssertW(L"!m_enabledTypeChange", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: can't do assignment from type: %hs to: %hs, type change not enabled!",
-                    runTypeText(other.m_pData), runTypeText(m_pData));
+        KR_REPORTW(L"!m_enabledTypeChange", KR_VARIANT_SOURCE,
+                   L"Error: can't do assignment from type: %hs to: %hs, type change not enabled!",
+                   runTypeText(other.m_pData), runTypeText(m_pData));
         return *this;
     }
     // The copy is complete before the old value goes: `other` may live inside this tree.
@@ -400,7 +400,7 @@ bool CKrVariant::GetBool(bool *ok) const {
         }
     }
     if (ok) *ok = false;
-    DiagAssertW(L"true", KR_VARIANT_SOURCE, __LINE__, L"Can't convert to bool!");
+    KR_REPORTW(L"true", KR_VARIANT_SOURCE, L"Can't convert to bool!");
     return false;
 }
 
@@ -431,7 +431,7 @@ CKrByteArray CKrVariant::GetCKrByteArray(bool *ok) const {
         }
     }
     if (ok) *ok = false;
-    DiagAssertW(L"true", KR_VARIANT_SOURCE, __LINE__, L"Can't convert to CKrByteArray!");
+    KR_REPORTW(L"true", KR_VARIANT_SOURCE, L"Can't convert to CKrByteArray!");
     return CKrByteArray();
 }
 
@@ -441,7 +441,7 @@ CKrListVariant &CKrVariant::GetCKrListVariant(bool *ok) {
         return list->GetList();
     }
     if (ok) *ok = false;
-    DiagAssertW(L"true", KR_VARIANT_SOURCE, __LINE__, L"Can't convert to CKrListVariant!");
+    KR_REPORTW(L"true", KR_VARIANT_SOURCE, L"Can't convert to CKrListVariant!");
     thread_local CKrListVariant scratch;
     scratch.RemoveAll();
     return scratch;

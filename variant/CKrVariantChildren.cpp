@@ -6,7 +6,7 @@
 
 #include "platform/KrPlatform.h"
 #include "variant/CKrVariant.h"
-#include "variant/CKrVariantTree.h"
+#include "variant/internal/VariantTree.h"
 
 namespace {
 
@@ -93,7 +93,7 @@ int CKrVariant::IndexOf(CKrStringW const &name) const {
     for (size_t i = 0; i < items.size(); ++i) {
         CKrVariant const *varCurrent = items[i];
         if (varCurrent == nullptr) {
-            DiagAssertW(L"varCurrent == NULL", KR_VARIANT_SOURCE, __LINE__, L"varCurrent == NULL");
+            KR_REPORTW(L"varCurrent == NULL", KR_VARIANT_SOURCE, L"varCurrent == NULL");
             return -1;
         }
         if (varCurrent->m_name.GetStdString() == wanted) return static_cast<int>(i);
@@ -117,9 +117,9 @@ CKrVariantDataCKrListVariant *CKrVariant::prepareListForAdd() {
 
 CKrVariant &CKrVariant::Append(CKrVariant const &item) {
     if (m_pData && !m_enabledTypeChange && !holdsPlainList(m_pData)) {
-        DiagAssertW(L"true", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: invalid variant type (%hs) for array operation.",
-                    GetRunType().GetName().GetString());
+        KR_REPORTW(L"true", KR_VARIANT_SOURCE,
+                   L"Error: invalid variant type (%hs) for array operation.",
+                   GetRunType().GetName().GetString());
         return GetNullVariant();
     }
     // Copy before the holder changes: `item` may be this variant or live inside it.
@@ -132,9 +132,9 @@ CKrVariant &CKrVariant::Append(CKrVariant &&item) {
     // such an item is copied instead (the copying Append copes with it), and keeps its value.
     if (isWithin(item, this)) return Append(static_cast<CKrVariant const &>(item));
     if (m_pData && !m_enabledTypeChange && !holdsPlainList(m_pData)) {
-        DiagAssertW(L"true", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: invalid variant type (%hs) for array operation.",
-                    GetRunType().GetName().GetString());
+        KR_REPORTW(L"true", KR_VARIANT_SOURCE,
+                   L"Error: invalid variant type (%hs) for array operation.",
+                   GetRunType().GetName().GetString());
         return GetNullVariant();
     }
     CKrVariant *moved = new CKrVariant(std::move(item));
@@ -143,10 +143,10 @@ CKrVariant &CKrVariant::Append(CKrVariant &&item) {
 
 CKrVariant &CKrVariant::Insert(CKrVariant const &item, int index) {
     if (m_pData && !m_enabledTypeChange && GetRunType() != plainList()) {
-        DiagAssertW(
+        KR_REPORTW(
             L"(m_pData && !m_enabledTypeChange && GetRunType() != "
             L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
-            KR_VARIANT_SOURCE, __LINE__, L"Error: invalid variant type for array operation.");
+            KR_VARIANT_SOURCE, L"Error: invalid variant type for array operation.");
         return GetNullVariant();
     }
     CKrVariant *copy = new CKrVariant(item);
@@ -154,7 +154,7 @@ CKrVariant &CKrVariant::Insert(CKrVariant const &item, int index) {
     int iIdx = index;
     if (iIdx < 0) {
         delete copy;
-        DiagAssertW(L"iIdx < 0", KR_VARIANT_SOURCE, __LINE__, L"");
+        KR_REPORTW(L"iIdx < 0", KR_VARIANT_SOURCE, L"");
         return GetNullVariant();
     }
     list.Insert(copy, iIdx);  // above the count: nothing inserted, the copy is destroyed
@@ -178,10 +178,10 @@ int CKrVariant::SetOrAppend(CKrStringW const &name, CKrVariant const &value) {
 
 bool CKrVariant::Delete(unsigned int item) {
     if (!m_enabledTypeChange && GetRunType() != plainList()) {
-        DiagAssertW(
+        KR_REPORTW(
             L"(!m_enabledTypeChange && GetRunType() != "
             L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
-            KR_VARIANT_SOURCE, __LINE__, L"Error: can't delete member in this runtype.");
+            KR_VARIANT_SOURCE, L"Error: can't delete member in this runtype.");
         return false;
     }
     CKrVariantDataCKrListVariant *holder = listHolder();
@@ -192,8 +192,8 @@ bool CKrVariant::Delete(unsigned int item) {
     CKrListVariant &list = holder->GetList();
     // An index above INT_MAX reads as negative once signed: invalid as well.
     if ((signed)item >= list.Number() || (signed)item < 0) {
-        DiagAssertW(L"((signed)item >= list.Number())", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: invalid index to delete!");
+        KR_REPORTW(L"((signed)item >= list.Number())", KR_VARIANT_SOURCE,
+                   L"Error: invalid index to delete!");
         return false;
     }
     if (!holder->IsPlainList()) holder->SetRunType(plainList());
@@ -204,10 +204,10 @@ CKrVariant &CKrVariant::ClearList() {
     if (!m_pData) return *this;
     bool plain = GetRunType() == plainList();
     if (!plain && !m_enabledTypeChange) {
-        DiagAssertW(
+        KR_REPORTW(
             L"(!m_enabledTypeChange && GetRunType() != "
             L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
-            KR_VARIANT_SOURCE, __LINE__, L"Error: can't ClearList in this runtype.");
+            KR_VARIANT_SOURCE, L"Error: can't ClearList in this runtype.");
         return *this;
     }
     if (!plain) {
@@ -228,14 +228,14 @@ CKrVariant &CKrVariant::ClearList() {
 bool CKrVariant::Member(CKrVariant const &value) const {
     CKrVariantDataCKrListVariant *list = listHolder();
     if (!list) {
-        DiagAssertW(L"(!m_pData || !m_pData->IsArray())", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: invalid variant type for array operation.");
+        KR_REPORTW(L"(!m_pData || !m_pData->IsArray())", KR_VARIANT_SOURCE,
+                   L"Error: invalid variant type for array operation.");
         return false;
     }
     Lock guard(CKrListVariant::GetLock());
     for (CKrVariant const *varCurrent : CKrVariantAccess::ItemsOf(list->GetList())) {
         if (varCurrent == nullptr) {
-            DiagAssertW(L"varCurrent == NULL", KR_VARIANT_SOURCE, __LINE__, L"varCurrent == NULL");
+            KR_REPORTW(L"varCurrent == NULL", KR_VARIANT_SOURCE, L"varCurrent == NULL");
             return false;
         }
         if (!value.m_pData) {

@@ -12,8 +12,8 @@
 #include "platform/KrPlatform.h"
 #include "types/Base64Coder.h"
 #include "variant/CKrVariant.h"
-#include "variant/CKrVariantText.h"
-#include "variant/CKrVariantTree.h"
+#include "variant/internal/VariantText.h"
+#include "variant/internal/VariantTree.h"
 #include "variant/internal/VariantValueScan.h"
 
 // ---- base ------------------------------------------------------------------------------------
@@ -22,8 +22,8 @@ CKrVariantData::~CKrVariantData() = default;
 
 int CKrVariantData::SetRunType(CKrVariantRunType const &arg) {
     if (arg != GetRunType())
-        DiagAssertW(L"arg != GetRunType()", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: CKrVariantData::SetRunType(), can't set runtype!");
+        KR_REPORTW(L"arg != GetRunType()", KR_VARIANT_SOURCE,
+                   L"Error: CKrVariantData::SetRunType(), can't set runtype!");
     return -9;
 }
 
@@ -82,23 +82,23 @@ void setWide(CKrStringW &out, std::wstring const &text) { out = text; }
     CKrVariantRunType const &Class::GetRunType() const { return GetOrigRunType(); }
 
 // Members every scalar holder shares; the message is the holder's own GetValueCopy report.
-#define KR_SCALAR_COMMON(Class, Kind, Type, Init, Message)                                         \
-    Class::Class() : CKrVariantData(Kind), m_value(Init) {}                                        \
-    Class::Class(Type const &value) : CKrVariantData(Kind), m_value(value) {}                      \
-    Class::Class(Type &&value) : CKrVariantData(Kind), m_value(std::move(value)) {}                \
-    bool Class::SetString(CKrStringW const &text) { return SetString(text.GetString()); }          \
-    bool Class::IsEqual(CKrVariantData const &other) const {                                       \
-        return other.GetKind() == Kind && static_cast<Class const &>(other).m_value == m_value;    \
-    }                                                                                              \
-    void *Class::GetValuePtr() { return &m_value; }                                                \
-    CKrVariantData *Class::CreateEmpty() const { return new Class(); }                             \
-    void Class::GetValueCopy(CKrVariantData &data) const {                                         \
-        if (data.GetKind() == Kind) {                                                              \
-            static_cast<Class &>(data).m_value = m_value;                                          \
-            return;                                                                                \
-        }                                                                                          \
-        DiagAssertW(L"(data.GetRunType() != GetRunType())", KR_VARIANT_SOURCE, __LINE__, Message); \
-        copyBytesAcross(&m_value, Kind, data);                                                     \
+#define KR_SCALAR_COMMON(Class, Kind, Type, Init, Message)                                      \
+    Class::Class() : CKrVariantData(Kind), m_value(Init) {}                                     \
+    Class::Class(Type const &value) : CKrVariantData(Kind), m_value(value) {}                   \
+    Class::Class(Type &&value) : CKrVariantData(Kind), m_value(std::move(value)) {}             \
+    bool Class::SetString(CKrStringW const &text) { return SetString(text.GetString()); }       \
+    bool Class::IsEqual(CKrVariantData const &other) const {                                    \
+        return other.GetKind() == Kind && static_cast<Class const &>(other).m_value == m_value; \
+    }                                                                                           \
+    void *Class::GetValuePtr() { return &m_value; }                                             \
+    CKrVariantData *Class::CreateEmpty() const { return new Class(); }                          \
+    void Class::GetValueCopy(CKrVariantData &data) const {                                      \
+        if (data.GetKind() == Kind) {                                                           \
+            static_cast<Class &>(data).m_value = m_value;                                       \
+            return;                                                                             \
+        }                                                                                       \
+        KR_REPORTW(L"(data.GetRunType() != GetRunType())", KR_VARIANT_SOURCE, Message);         \
+        copyBytesAcross(&m_value, Kind, data);                                                  \
     }
 
 KR_RUNTYPE(CKrVariantDataKr_int32, "kr_int32")
@@ -295,8 +295,8 @@ void *CKrVariantDataCKrListVariant::GetValuePtr() { return &m_list; }
 
 void CKrVariantDataCKrListVariant::GetValueCopy(CKrVariantData &data) const {
     if (!data.IsArray()) {
-        DiagAssertW(
-            L"(GetRunType() != data.GetRunType())", KR_VARIANT_SOURCE, __LINE__,
+        KR_REPORTW(
+            L"(GetRunType() != data.GetRunType())", KR_VARIANT_SOURCE,
             L"Error: CKrVariantDataCKrListVariant::GetValueCopy, can't get to this type of data!");
         return;
     }

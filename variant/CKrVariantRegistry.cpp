@@ -6,7 +6,7 @@
 
 #include "platform/KrPlatform.h"
 #include "variant/CKrVariant.h"
-#include "variant/CKrVariantTree.h"
+#include "variant/internal/VariantTree.h"
 
 namespace {
 
@@ -105,8 +105,8 @@ void CKrVariant::RegisterKnownTypes() {
 
 int CKrVariant::RegisterRunType(CKrVariant const &sample) {
     if (!sample.m_pData) {
-        DiagAssertW(L"!sample.m_pData", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: CKrVariant::RegisterRunType(), a Null sample defines no runtype!");
+        KR_REPORTW(L"!sample.m_pData", KR_VARIANT_SOURCE,
+                   L"Error: CKrVariant::RegisterRunType(), a Null sample defines no runtype!");
         return -4;
     }
     CKrVariantRunType type(CKrStringA(sample.GetName().GetString()));
@@ -119,9 +119,8 @@ int CKrVariant::RegisterRunType(CKrVariant const &sample) {
         if (CompareStructure(*it->second, *copy, true) != 0 ||
             it->second->IsNull() != copy->IsNull() ||
             (it->second->listHolder() == nullptr) != (copy->listHolder() == nullptr)) {
-            DiagAssertW(L"CompareStructure(*it->second, sample, true) != 0", KR_VARIANT_SOURCE,
-                        __LINE__,
-                        L"Error: same Runtype already registered with different definition!");
+            KR_REPORTW(L"CompareStructure(*it->second, sample, true) != 0", KR_VARIANT_SOURCE,
+                       L"Error: same Runtype already registered with different definition!");
             return -9;
         }
         return 0;
@@ -132,9 +131,9 @@ int CKrVariant::RegisterRunType(CKrVariant const &sample) {
 
 CKrVariant const &CKrVariant::GetRunTypeSample(CKrVariantRunType const &type) {
     if (CKrVariant const *sample = findSample(type)) return *sample;
-    DiagAssertW(L"it == samples.end()", KR_VARIANT_SOURCE, __LINE__,
-                L"Error: CKrVariant::GetRunTypeSample(), can't find: '%hs' runtype!",
-                type.GetName().GetString());
+    KR_REPORTW(L"it == samples.end()", KR_VARIANT_SOURCE,
+               L"Error: CKrVariant::GetRunTypeSample(), can't find: '%hs' runtype!",
+               type.GetName().GetString());
     return GetNullVariant();
 }
 
@@ -146,9 +145,9 @@ int CKrVariant::GetRunTypeIndex(CKrVariantRunType const &type, bool report) {
         if (it != r.samples.end()) return static_cast<int>(std::distance(r.samples.begin(), it));
     }
     if (report)
-        DiagAssertW(L"it == samples.end()", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: CKrVariant::GetRunTypeIndex(), can't find: '%hs' runtype!",
-                    type.GetName().GetString());
+        KR_REPORTW(L"it == samples.end()", KR_VARIANT_SOURCE,
+                   L"Error: CKrVariant::GetRunTypeIndex(), can't find: '%hs' runtype!",
+                   type.GetName().GetString());
     return -1;
 }
 
@@ -210,7 +209,7 @@ int CKrVariant::SetRunTypeCompatible(CKrVariantRunType const &type) {
         CKrVariantData *fresh = sample.m_pData->CreateEmpty();
         if (!convertInto(*this, *fresh)) {
             delete fresh;
-            DiagAssertW(L"!ok", KR_VARIANT_SOURCE, __LINE__, cannot);
+            KR_REPORTW(L"!ok", KR_VARIANT_SOURCE, cannot);
             return -9;
         }
         CKrVariantData *old = m_pData;
@@ -219,8 +218,7 @@ int CKrVariant::SetRunTypeCompatible(CKrVariantRunType const &type) {
         return 0;
     }
     if (!mine || !theirs) {
-        DiagAssertW(L"(GetCount() < 0) != (sample.GetCount() < 0)", KR_VARIANT_SOURCE, __LINE__,
-                    cannot);
+        KR_REPORTW(L"(GetCount() < 0) != (sample.GetCount() < 0)", KR_VARIANT_SOURCE, cannot);
         return -9;
     }
     if (type == plainList()) {

@@ -1,8 +1,7 @@
-#include "variant/CKrVariantText.h"
-
 #include <cstdarg>
 
 #include "platform/KrPlatform.h"
+#include "variant/internal/VariantText.h"
 
 void krVariantAppendFormat(std::wstring &out, wchar_t const *format, ...) {
     va_list args;

@@ -1,9 +1,8 @@
-#include "variant/CKrVariantTree.h"
-
 #include <cstring>
 #include <string_view>
 
 #include "platform/KrPlatform.h"
+#include "variant/internal/VariantTree.h"
 
 namespace {
 

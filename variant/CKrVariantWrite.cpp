@@ -5,7 +5,7 @@
 
 #include "platform/KrPlatform.h"
 #include "variant/CKrVariant.h"
-#include "variant/CKrVariantTree.h"
+#include "variant/internal/VariantTree.h"
 #include "variant/internal/VariantXmlForm.h"
 
 namespace {
@@ -49,8 +49,8 @@ int CKrVariant::Write(CKrStringW &out) const {
 int CKrVariant::Read(wchar_t const *text) {
     XmlReader reader = s_xmlReader.load();
     if (reader == nullptr) {
-        DiagAssertW(L"s_xmlReader == nullptr", KR_VARIANT_SOURCE, __LINE__,
-                    L"Error: CKrVariant::Read(), reading the XML form is not supported!");
+        KR_REPORTW(L"s_xmlReader == nullptr", KR_VARIANT_SOURCE,
+                   L"Error: CKrVariant::Read(), reading the XML form is not supported!");
         return -2;
     }
     if (!text) text = L"";

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "variant/CKrVariantTree.h"
 #include "variant/internal/LvReader.h"
+#include "variant/internal/VariantTree.h"
 
 using namespace orvik::detail;
 

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <vector>
 
-#include "variant/CKrVariantTree.h"
+#include "variant/internal/VariantTree.h"
 
 namespace orvik::detail {
 namespace {
