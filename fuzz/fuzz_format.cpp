@@ -21,30 +21,14 @@
 #include <type_traits>
 #include <vector>
 
+#include "FuzzInput.h"
 #include "platform/KrPlatform.h"
 #include "strings/CKrStringA.h"
 #include "strings/CKrStringW.h"
 
-#define FORMAT_FUZZ_CHECK(cond)                                                    \
-    do {                                                                           \
-        if (!(cond)) {                                                             \
-            std::fprintf(stderr, "check failed: %s (line %d)\n", #cond, __LINE__); \
-            std::abort();                                                          \
-        }                                                                          \
-    } while (0)
-
 namespace {
 
-struct Input {
-    const uint8_t *p;
-    size_t n;
-    uint8_t byte() {
-        if (!n) return 0;
-        --n;
-        return *p++;
-    }
-    unsigned u16() { return unsigned(byte()) | unsigned(byte()) << 8; }
-};
+using Input = FuzzInput;
 
 // ---- the abstract format -----------------------------------------------------------------------
 
@@ -369,7 +353,7 @@ void check(const Rendered<C> &r) {
                     return std::snprintf(glibc.data(), glibc.size(), r.reference.c_str(), a...);
         }
     };
-    FORMAT_FUZZ_CHECK(r.args.size() <= kMaxArgs);
+    FUZZ_CHECK(r.args.size() <= kMaxArgs);
     auto const began = std::chrono::steady_clock::now();
     int const n = dispatch(call, r.args.data(), r.args.size());
     if ((n >= 0) != r.expectOk) {
@@ -379,25 +363,25 @@ void check(const Rendered<C> &r) {
                          unsigned(c));
         std::fprintf(stderr, "\n");
     }
-    FORMAT_FUZZ_CHECK((n >= 0) == r.expectOk);
+    FUZZ_CHECK((n >= 0) == r.expectOk);
     Std result;
     if (n >= 0) {
-        FORMAT_FUZZ_CHECK(text != nullptr && size_t(n) <= r.bound && text[n] == C(0));
+        FUZZ_CHECK(text != nullptr && size_t(n) <= r.bound && text[n] == C(0));
         result.assign(text, size_t(n));
     } else {
-        FORMAT_FUZZ_CHECK(text == nullptr);
+        FUZZ_CHECK(text == nullptr);
     }
     mode = 1;
     dispatch(call, r.args.data(), r.args.size());
-    FORMAT_FUZZ_CHECK(s.GetStdString() == (n >= 0 ? result : previous));
+    FUZZ_CHECK(s.GetStdString() == (n >= 0 ? result : previous));
     mode = 2;
     dispatch(call, r.args.data(), r.args.size());
-    FORMAT_FUZZ_CHECK(s.GetStdString() == (n >= 0 ? result + result : previous));
-    FORMAT_FUZZ_CHECK(std::chrono::steady_clock::now() - began < std::chrono::seconds(2));
+    FUZZ_CHECK(s.GetStdString() == (n >= 0 ? result + result : previous));
+    FUZZ_CHECK(std::chrono::steady_clock::now() - began < std::chrono::seconds(2));
     if (n >= 0 && r.comparable) {
         mode = 3;
         int const m = dispatch(call, r.args.data(), r.args.size());
-        FORMAT_FUZZ_CHECK(m == n && Std(glibc.data(), size_t(m)) == result);
+        FUZZ_CHECK(m == n && Std(glibc.data(), size_t(m)) == result);
     }
     KR_FormatScratchTrim();
 }

@@ -11,28 +11,13 @@
 #include <cstdlib>
 #include <vector>
 
+#include "FuzzInput.h"
 #include "platform/KrPlatform.h"
 #include "variant/CKrList.h"
 
-#define LIST_FUZZ_CHECK(cond)                                                      \
-    do {                                                                           \
-        if (!(cond)) {                                                             \
-            std::fprintf(stderr, "check failed: %s (line %d)\n", #cond, __LINE__); \
-            std::abort();                                                          \
-        }                                                                          \
-    } while (0)
-
 namespace {
 
-struct Input {
-    const uint8_t *p;
-    size_t n;
-    uint8_t byte() {
-        if (!n) return 0;
-        --n;
-        return *p++;
-    }
-};
+using Input = FuzzInput;
 
 int g_pool[16];  // the items: addresses of these; values repeat so that sorting meets ties
 
@@ -96,16 +81,16 @@ std::vector<void *> itemsOf(const CKrList &list) {
 }
 
 void compare(const CKrList &list, const Model &model) {
-    LIST_FUZZ_CHECK(list.GetCount() == model.entries.size());
+    FUZZ_CHECK(list.GetCount() == model.entries.size());
     CKrList::CKrNode *previous = nullptr;
     size_t k = 0;
     for (CKrList::CKrNode *node = list.GetFirst(); node; node = node->GetNext(), ++k) {
-        LIST_FUZZ_CHECK(k < model.entries.size());
-        LIST_FUZZ_CHECK(node->GetItem() == model.entries[k].item);
-        LIST_FUZZ_CHECK(node->GetPrevious() == previous && node->GetList() == &list);
+        FUZZ_CHECK(k < model.entries.size());
+        FUZZ_CHECK(node->GetItem() == model.entries[k].item);
+        FUZZ_CHECK(node->GetPrevious() == previous && node->GetList() == &list);
         previous = node;
     }
-    LIST_FUZZ_CHECK(k == model.entries.size() && list.GetLast() == previous);
+    FUZZ_CHECK(k == model.entries.size() && list.GetLast() == previous);
 }
 
 // One change of the list from inside a callback or from the top level, the same on both sides.
@@ -128,7 +113,7 @@ void change(CKrList &list, Model &model, Input &in) {
             break;
         case 3:
             if (index < count) {
-                LIST_FUZZ_CHECK(list.DeleteNode(list.GetNth(static_cast<unsigned>(index))));
+                FUZZ_CHECK(list.DeleteNode(list.GetNth(static_cast<unsigned>(index))));
                 model.remove(index);
             }
             break;
@@ -184,7 +169,7 @@ void walk(CKrList &list, Model &model, Input &in, char kind) {
     int changes = 0;
     while (cursor.current) {
         size_t const k = before.find(cursor.current);
-        LIST_FUZZ_CHECK(k != SIZE_MAX);
+        FUZZ_CHECK(k != SIZE_MAX);
         void *const item = before.entries[k].item;
         expected.push_back(item);
         cursor.removed = false;
@@ -227,9 +212,9 @@ void walk(CKrList &list, Model &model, Input &in, char kind) {
         }
     }
     before.cursor = nullptr;
-    LIST_FUZZ_CHECK(seen == expected);
-    LIST_FUZZ_CHECK(found == expectedFound);
-    LIST_FUZZ_CHECK(in.n == choices.n);  // both consumed the same choices
+    FUZZ_CHECK(seen == expected);
+    FUZZ_CHECK(found == expectedFound);
+    FUZZ_CHECK(in.n == choices.n);  // both consumed the same choices
     model = before;
     compare(list, model);
 }
@@ -272,12 +257,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
                                        [&](const Entry &e) { return e.item == item; });
                 int const expected =
                     it == model.entries.end() ? -9 : int(it - model.entries.begin());
-                LIST_FUZZ_CHECK(list.IndexOf(item) == expected);
-                LIST_FUZZ_CHECK((list.Find(item) ? list.Find(item)->IndexOf() : -9) == expected);
+                FUZZ_CHECK(list.IndexOf(item) == expected);
+                FUZZ_CHECK((list.Find(item) ? list.Find(item)->IndexOf() : -9) == expected);
                 unsigned const index = in.byte();
-                LIST_FUZZ_CHECK(
-                    list[index] ==
-                    (index < model.entries.size() ? model.entries[index].item : nullptr));
+                FUZZ_CHECK(list[index] ==
+                           (index < model.entries.size() ? model.entries[index].item : nullptr));
                 break;
             }
             default:
@@ -290,13 +274,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
                         want.push_back(*static_cast<int *>(e.item));
                     for (void *p : sorted) got.push_back(*static_cast<int *>(p));
                     std::sort(want.begin(), want.end());
-                    LIST_FUZZ_CHECK(got == want);
+                    FUZZ_CHECK(got == want);
                     for (size_t k = 0; k < sorted.size(); ++k) model.entries[k].item = sorted[k];
                 } else {  // copies, and assignment back over a cleared list
                     CKrList copy(list);
-                    LIST_FUZZ_CHECK(itemsOf(copy) == itemsOf(list));
+                    FUZZ_CHECK(itemsOf(copy) == itemsOf(list));
                     list.Clear();
-                    LIST_FUZZ_CHECK(list.GetCount() == 0);
+                    FUZZ_CHECK(list.GetCount() == 0);
                     list = copy;
                 }
                 break;
