@@ -123,12 +123,28 @@ CKrVariant const *SxReadState::lookUpSample(wchar_t const *runType) {
     return sample;
 }
 
+namespace {
+
+bool looksLikeUtf16(char const *text, size_t length) {
+    auto const *bytes = reinterpret_cast<unsigned char const *>(text);
+    bool const mark = length >= 2 && ((bytes[0] == 0xFF && bytes[1] == 0xFE) ||
+                                      (bytes[0] == 0xFE && bytes[1] == 0xFF));
+    return mark || std::memchr(text, 0, length) != nullptr;
+}
+
+}  // namespace
+
 int SxReadUtf8(CKrVariant &target, char const *text, size_t length) {
     if (!text && length) {
         KR_ASSERTW(text != nullptr, KR_SERIALIZERXML_SOURCE,
                    L"Error: VariantFromXML_UTF8(), no text!");
         return -4;
     }
+    // Told the text is UTF-8, expat still switches to UTF-16 when the text starts the way UTF-16
+    // does (a byte-order mark, or "<" as a 16-bit unit), and then takes a lone surrogate as a
+    // character.  UTF-8 XML holds neither zero bytes nor those marks, so such a text is malformed
+    // here, as expat would find it if it kept to UTF-8.
+    if (text && looksLikeUtf16(text, length)) return -9;
     static constexpr XML_Char kUtf8[] = {'U', 'T', 'F', '-', '8', 0};
     SxReadState state(target);
     XML_Parser parser = makeParser(kUtf8, state);
