@@ -44,7 +44,8 @@
 // fails with -9.  Nesting depth is limited only by memory: no part of the reader or writer
 // recurses.  Wide text holds UTF-16 units, one per wchar_t; a unit above 0xFFFF is read as the
 // surrogate pair of that code point and one above 0x10FFFF fails the read (-9).  Invalid UTF-8
-// and unpaired surrogates fail it too (-9).
+// and unpaired surrogates fail it too (-9), and so does a text given as UTF-8 that holds a zero
+// byte or starts with a UTF-16 byte-order mark (expat would otherwise read it as UTF-16).
 //
 // The object itself is the run-time class of the same name (created by name with
 // KR_CreateObject("CKrSerializerXMLString")); the static members need no object.  No member
