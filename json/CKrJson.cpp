@@ -258,19 +258,9 @@ bool CKrJson::unescapeString(CKrStringW const &escaped, CKrStringW *plain) {
     // quote is taken as it stands.
     for (size_t i = 0; i < t.n; ++i) {
         if (t.p[i] != L'\\') continue;
-        if (i + 1 >= t.n) return false;
-        wchar_t e = t.p[i + 1];
-        if (e == L'u') {
-            if (t.n - i < 6) return false;
-            for (size_t k = 2; k < 6; ++k)
-                if (!jsd::isHex(t.p[i + k])) return false;
-            i += 5;
-        } else if (e == L'"' || e == L'\\' || e == L'/' || e == L'b' || e == L'f' || e == L'n' ||
-                   e == L'r' || e == L't') {
-            ++i;
-        } else {
-            return false;
-        }
+        ptrdiff_t const used = jsd::escapeAt(t.p, t.n, i, nullptr);
+        if (used <= 0) return false;
+        i += size_t(used) - 1;
     }
     if (plain) *plain = CKrStringW(jsd::decodeString(t.p, t.n));
     return true;

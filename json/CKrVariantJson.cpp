@@ -598,42 +598,7 @@ private:
     static std::wstring decodeString(wchar_t const *p, size_t n) {
         std::wstring out;
         out.reserve(n);
-        for (size_t k = 0; k < n; ++k) {
-            if (p[k] != L'\\' || k + 1 >= n) {
-                out += p[k];
-                continue;
-            }
-            wchar_t const e = p[++k];
-            switch (e) {
-                case L'b':
-                    out += L'\b';
-                    break;
-                case L'f':
-                    out += L'\f';
-                    break;
-                case L'n':
-                    out += L'\n';
-                    break;
-                case L'r':
-                    out += L'\r';
-                    break;
-                case L't':
-                    out += L'\t';
-                    break;
-                case L'u': {
-                    unsigned u = 0;
-                    for (int d = 0; d < 4 && k + 1 < n; ++d) {
-                        wchar_t const h = p[++k];
-                        u = u << 4 | (h <= L'9' ? h - L'0' : (h | 0x20) - L'a' + 10);
-                    }
-                    out += static_cast<wchar_t>(u);
-                    break;
-                }
-                default:
-                    out += e;
-                    break;  // \" \\ \/
-            }
-        }
+        jsd::decodeEscapes(p, n, false, [&out](wchar_t const *u, size_t k) { out.append(u, k); });
         return out;
     }
 

@@ -134,27 +134,10 @@ ptrdiff_t scanString(Text t, size_t i, Msg *msg) {
         while (i < n && p[i] != L'"' && p[i] != L'\\') ++i;
         if (i >= n) return fail(msg, kErrQuotes);
         if (p[i] == L'"') return ptrdiff_t(i + 1 - start);
-        if (i + 1 >= n) return fail(msg, kErrQuotes);
-        switch (p[i + 1]) {
-            case L'"':
-            case L'\\':
-            case L'/':
-            case L'b':
-            case L'f':
-            case L'n':
-            case L'r':
-            case L't':
-                i += 2;
-                break;
-            case L'u':
-                if (n - i < 6) return fail(msg, kErrQuotes);
-                for (size_t k = 2; k < 6; ++k)
-                    if (!isHex(p[i + k])) return fail(msg, kErrEscape);
-                i += 6;
-                break;
-            default:
-                return fail(msg, kErrEscape);
-        }
+        ptrdiff_t const used = escapeAt(p, n, i, nullptr);
+        if (used < 0) return fail(msg, kErrQuotes);
+        if (used == 0) return fail(msg, kErrEscape);
+        i += size_t(used);
     }
 }
 
@@ -210,89 +193,54 @@ static int hexValue(wchar_t c) {
     return (c | 0x20) - L'a' + 10;
 }
 
+ptrdiff_t escapeAt(wchar_t const *p, size_t n, size_t i, wchar_t *unit) {
+    if (i + 1 >= n) return -1;
+    wchar_t c = p[i + 1];
+    switch (c) {
+        case L'"':
+        case L'\\':
+        case L'/':
+            break;
+        case L'b':
+            c = L'\b';
+            break;
+        case L'f':
+            c = L'\f';
+            break;
+        case L'n':
+            c = L'\n';
+            break;
+        case L'r':
+            c = L'\r';
+            break;
+        case L't':
+            c = L'\t';
+            break;
+        case L'u':
+            if (n - i < 6) return -1;
+            for (size_t k = 2; k < 6; ++k)
+                if (!isHex(p[i + k])) return 0;
+            if (unit)
+                *unit = wchar_t((hexValue(p[i + 2]) << 12) | (hexValue(p[i + 3]) << 8) |
+                                (hexValue(p[i + 4]) << 4) | hexValue(p[i + 5]));
+            return 6;
+        default:
+            return 0;
+    }
+    if (unit) *unit = c;
+    return 2;
+}
+
 std::wstring decodeString(wchar_t const *p, size_t n) {
     std::wstring out;
     out.reserve(n);
-    for (size_t i = 0; i < n; ++i) {
-        wchar_t c = p[i];
-        if (c != L'\\' || i + 1 >= n) {
-            out.push_back(c);
-            continue;
-        }
-        wchar_t e = p[++i];
-        switch (e) {
-            case L'b':
-                c = L'\b';
-                break;
-            case L'f':
-                c = L'\f';
-                break;
-            case L'n':
-                c = L'\n';
-                break;
-            case L'r':
-                c = L'\r';
-                break;
-            case L't':
-                c = L'\t';
-                break;
-            case L'u':
-                if (n - i >= 5) {
-                    c = wchar_t((hexValue(p[i + 1]) << 12) | (hexValue(p[i + 2]) << 8) |
-                                (hexValue(p[i + 3]) << 4) | hexValue(p[i + 4]));
-                    i += 4;
-                }
-                break;
-            default:
-                c = e;
-                break;  // " \ /
-        }
-        if (c == 0) break;
-        out.push_back(c);
-    }
+    decodeEscapes(p, n, true, [&out](wchar_t const *u, size_t k) { out.append(u, k); });
     return out;
 }
 
 void decodeString(wchar_t const *p, size_t n, CKrStringW &out) {
     out.Empty();
-    size_t run = 0;  // start of the current run of plain units
-    for (size_t i = 0; i < n; ++i) {
-        if (p[i] != L'\\' || i + 1 >= n) continue;
-        if (i > run) out.AddChars(p + run, int(i - run));
-        wchar_t c = p[i + 1];
-        size_t used = 2;
-        switch (c) {
-            case L'b':
-                c = L'\b';
-                break;
-            case L'f':
-                c = L'\f';
-                break;
-            case L'n':
-                c = L'\n';
-                break;
-            case L'r':
-                c = L'\r';
-                break;
-            case L't':
-                c = L'\t';
-                break;
-            case L'u':
-                if (n - i >= 6) {
-                    c = wchar_t((hexValue(p[i + 2]) << 12) | (hexValue(p[i + 3]) << 8) |
-                                (hexValue(p[i + 4]) << 4) | hexValue(p[i + 5]));
-                    used = 6;
-                }
-                break;
-            default:
-                break;  // " \ /
-        }
-        if (c == 0) return;
-        out += c;
-        i += used - 1;
-        run = i + 1;
-    }
-    if (n > run) out.AddChars(p + run, int(n - run));
+    decodeEscapes(p, n, true, [&out](wchar_t const *u, size_t k) { out.AddChars(u, int(k)); });
 }
 
 // ---- shallow readers ---------------------------------------------------------------------------

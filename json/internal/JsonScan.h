@@ -90,10 +90,35 @@ ptrdiff_t scanValue(Text t, size_t i, Msg *msg);
 
 // The double value of a number text already accepted by scanNumber.
 double numberValue(wchar_t const *p, size_t n);
-// Decodes the text between the quotes of a string accepted by scanString.  Stops at a decoded
-// zero unit.
+// The escape that starts with the backslash at p[i] of n units: its length (2, or 6 for
+// "\\uXXXX"), with the unit it stands for in *unit when unit is not null; 0 when it is unknown
+// or a hex digit is missing; -1 when the text ends inside it.  The one reading of JSON escapes:
+// the scanner, the unescaper and the decoders below all go through it.
+ptrdiff_t escapeAt(wchar_t const *p, size_t n, size_t i, wchar_t *unit);
+
+// Decodes the text between the quotes of a string accepted by scanString, handing runs of
+// plain units and decoded units to append(wchar_t const *units, size_t count).  With
+// stopAtZero it stops at a decoded zero unit (the JSON helpers' strings end there); otherwise
+// the zero unit is kept (names and strings of a variant may hold one).
+template <class Append>
+void decodeEscapes(wchar_t const *p, size_t n, bool stopAtZero, Append &&append) {
+    size_t run = 0;  // start of the current run of plain units
+    for (size_t i = 0; i < n; ++i) {
+        if (p[i] != L'\\') continue;
+        wchar_t unit = 0;
+        ptrdiff_t const used = escapeAt(p, n, i, &unit);
+        if (used <= 0) continue;  // not in accepted text: the backslash stays as it stands
+        if (i > run) append(p + run, i - run);
+        if (unit == 0 && stopAtZero) return;
+        append(&unit, 1);
+        i += size_t(used) - 1;
+        run = i + 1;
+    }
+    if (n > run) append(p + run, n - run);
+}
+
+// decodeEscapes stopping at a zero unit, into a new string or into `out` (reusing its buffer).
 std::wstring decodeString(wchar_t const *p, size_t n);
-// The same, straight into a string (reusing its buffer).
 void decodeString(wchar_t const *p, size_t n, CKrStringW &out);
 
 // Shallow readers.  When out is not null it receives the members (sorted by name) or items.
