@@ -6,18 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "xmltree/CKrXMLNode.h"
-#include "xmltree/CKrXMLTree.h"
+#include "common/XmlTreeText.h"
 
 namespace {
-
-std::wstring W(CKrStringW const &s) { return s.GetStdString(); }
-
-std::wstring Compact(CKrXMLNode *n) {
-    CKrStringW out;
-    n->GetValue(out, false, false);
-    return W(out);
-}
 
 std::vector<CKrXMLNode *> Children(CKrXMLNode *n) {
     std::vector<CKrXMLNode *> items;
@@ -25,24 +16,17 @@ std::vector<CKrXMLNode *> Children(CKrXMLNode *n) {
     return items;
 }
 
-std::vector<std::wstring> Names(CKrXMLNode const *n) {
-    std::vector<std::wstring> names;
-    CKrStringW name, value;
-    for (unsigned int i = 0; n->GetAttrAt(i, name, value) == 0; ++i) names.push_back(W(name));
-    return names;
-}
-
-// "name=value" of every attribute in the node's order.
-std::vector<std::wstring> Pairs(CKrXMLNode const *n) {
-    std::vector<std::wstring> pairs;
+// The attributes in the node's order: "name=value", or only the names.
+std::vector<std::wstring> Attrs(CKrXMLNode const *n, bool withValues = true) {
+    std::vector<std::wstring> out;
     CKrStringW name, value;
     for (unsigned int i = 0; n->GetAttrAt(i, name, value) == 0; ++i)
-        pairs.push_back(W(name) + L"=" + W(value));
-    return pairs;
+        out.push_back(W(name) + (withValues ? L"=" + W(value) : L""));
+    return out;
 }
 
 void ExpectSorted(CKrXMLNode const *n) {
-    std::vector<std::wstring> names = Names(n);
+    std::vector<std::wstring> names = Attrs(n, false);
     for (size_t i = 1; i < names.size(); ++i)
         EXPECT_TRUE(CKrStringW(names[i - 1]) < CKrStringW(names[i])) << i;
 }
@@ -78,11 +62,11 @@ TEST(XmlStorage, AttributeOrderIsTheSameForParserAndSetAttr) {
     CKrXMLTree tree;
     CKrXMLNode *parsed = ParseOne(tree, xml);
     ASSERT_NE(parsed, nullptr);
-    EXPECT_EQ(Pairs(parsed), Pairs(&built));
+    EXPECT_EQ(Attrs(parsed), Attrs(&built));
     EXPECT_EQ(Compact(parsed), Compact(&built));
     ExpectSorted(parsed);
-    EXPECT_EQ(Names(parsed).front(), L"B");
-    EXPECT_EQ(Names(parsed).back(), L"\uAC00");
+    EXPECT_EQ(Attrs(parsed, false).front(), L"B");
+    EXPECT_EQ(Attrs(parsed, false).back(), L"\uAC00");
 
     // Every name is found with its own value.
     for (size_t i = 0; i < names.size(); ++i) {
@@ -114,7 +98,7 @@ TEST(XmlStorage, KeptAttributeOrderAndCopiesFollowTheMap) {
     CKrXMLNode *e = ParseOne(tree, L"<e c=\"&amp;3\" a=\"1\" b='\"2'/>");
     ASSERT_NE(e, nullptr);
     EXPECT_EQ(Compact(e), L"<e c=\"&amp;3\" a=\"1\" b=\"&quot;2\"/>");
-    EXPECT_EQ(Names(e), (std::vector<std::wstring>{L"a", L"b", L"c"}));
+    EXPECT_EQ(Attrs(e, false), (std::vector<std::wstring>{L"a", L"b", L"c"}));
 
     // A deep copy merges into existing attributes (existing values win) and stays sorted.
     CKrXMLNode copy(krXML_ELEMENT, L"x");
