@@ -260,16 +260,4 @@ TEST(XmlStorage, OutputIsWholeWhateverRoomTheStringHas) {
             }
         }
     }
-
-    // 150 levels: indentation beyond one buffer's worth, and pretty empty elements.
-    CKrXMLTree deep;
-    deep.SetUseXMLHeader(false);
-    CKrXMLNode *n = &deep;
-    for (int i = 0; i < 150; ++i) n = n->AddChild(krXML_ELEMENT, L"d");
-    CKrStringW pretty;
-    ASSERT_EQ(deep.GetValue(pretty, true, false), 0);
-    std::wstring const &p = W(pretty);
-    std::wstring deepest = std::wstring(3 * 149, L' ') + L"<d />\r\n";
-    EXPECT_NE(p.find(L"\r\n" + deepest), std::wstring::npos);
-    EXPECT_EQ(p.size() - p.rfind(L"</d>\r\n"), 6u);
 }
