@@ -49,6 +49,7 @@ TEST(ByteArraySetData, ResultCodesAndGrowthPerMode) {
         {"increment 0 from the constructor acts as 1", 0, 0, 0, App, Inc, 3, true, 0, 3, 4},
         {"null data only reserves", 1024, 0, 0, App, Exact, 100, false, 0, 0, 100},
         {"null data, fixed: nothing", 1024, 8, 8, App, Fixed, 100, false, 0, 8, 8},
+        {"reserving keeps the bytes", 1024, 8, 8, Rep, Exact, 100, false, 0, 8, 100},
         {"unknown op acts as replace", 1024, 8, 8, 7, Exact, 3, true, 0, 3, 8},
         {"unknown alloc acts as exact", 1024, 8, 8, App, 9, 3, true, 0, 11, 11},
         {"size_t top, exact append: no wrap", 1024, 8, 8, App, Exact, SIZE_MAX - 4, true, -3, 8, 8},
@@ -79,10 +80,10 @@ TEST(ByteArraySetData, ResultCodesAndGrowthPerMode) {
                   c.result);
         EXPECT_EQ(a.GetSize(), c.sizeAfter);
         EXPECT_EQ(a.GetAllocated(), c.allocatedAfter);
-        // The bytes before an append are kept (also when growing failed); whatever was written
-        // is the start of the source, at the right place.
+        // The bytes before an append, or all of them when only reserving, are kept (also when
+        // growing failed); whatever was written is the start of the source, at the right place.
         auto const *p = static_cast<uint8_t const *>(a.GetData());
-        size_t const base = c.op == App ? c.startSize : 0;
+        size_t const base = c.op == App || !c.withData ? c.startSize : 0;
         if (base > 0) {
             ASSERT_NE(p, nullptr);
             EXPECT_EQ(Bytes(p, p + base), Bytes(base, 0xEE));
