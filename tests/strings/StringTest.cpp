@@ -120,31 +120,21 @@ TYPED_TEST(StringT, Searching) {
     const TypeParam x = this->s("abcabcABC");
     auto z = [](char const *bytes) { return TestFixture::z(bytes); };
     auto c = [this](char ch) { return this->ch(ch); };
-    expectRows({NROW(x.Find(c('c')), 2),
-                NROW(x.Find(c('c'), 3), 5),
-                NROW(x.Find(c('a'), 9), -1),
-                NROW(x.Find(z("bc"), 2), 4),
-                NROW(x.Find(z("zz")), -1),
-                NROW(x.Find(this->null()), -1),
-                NROW(x.Find(z(""), 9),
-                     9),  // the standard find: an empty pattern is found at start
-                NROW(x.Find(z("a"), 100), -1),
-                NROW(x.FindNoCase(c('C'), 6), 8),
-                NROW(x.FindNoCase(z("CAB")), 2),
-                NROW(x.FindNoCase(z("cab"), 3), 5),
-                NROW(x.FindNoCase(z("a"), 10), -1),
-                NROW(x.FindNoCase(this->null()), -1),
-                NROW(x.FindOneOf(z("xC")), 8),
-                NROW(x.FindOneOf(z("cb"), 3), 4),
-                NROW(x.FindOneOf(z("")), -1),
-                NROW(x.FindOneOf(this->null()), -1),
-                NROW(x.FindOneOf(z("a"), 9), -1),
-                NROW(x.ReverseFind(c('a')), 3),
-                NROW(x.ReverseFind(c('a'), 2), 0),
-                NROW(x.ReverseFind(c('C'), 1000), 8),
-                NROW(x.ReverseFind(c('b'), 0), -1),
-                NROW(x.ReverseFind(c('a'), -7), 3),  // negative start: from the last character
-                NROW(x.ReverseFindNoCase(c('a')), 6),
+    // An empty pattern is found at the start (as by the standard find); a negative start of a
+    // reverse search means from the last character.
+    expectRows({NROW(x.Find(c('c')), 2), NROW(x.Find(c('c'), 3), 5), NROW(x.Find(c('a'), 9), -1),
+                NROW(x.Find(z("bc"), 2), 4), NROW(x.Find(z("zz")), -1),
+                NROW(x.Find(this->null()), -1), NROW(x.Find(z(""), 9), 9),
+                NROW(x.Find(z("a"), 100), -1)});
+    expectRows({NROW(x.FindNoCase(c('C'), 6), 8), NROW(x.FindNoCase(z("CAB")), 2),
+                NROW(x.FindNoCase(z("cab"), 3), 5), NROW(x.FindNoCase(z("a"), 10), -1),
+                NROW(x.FindNoCase(this->null()), -1)});
+    expectRows({NROW(x.FindOneOf(z("xC")), 8), NROW(x.FindOneOf(z("cb"), 3), 4),
+                NROW(x.FindOneOf(z("")), -1), NROW(x.FindOneOf(this->null()), -1),
+                NROW(x.FindOneOf(z("a"), 9), -1)});
+    expectRows({NROW(x.ReverseFind(c('a')), 3), NROW(x.ReverseFind(c('a'), 2), 0),
+                NROW(x.ReverseFind(c('C'), 1000), 8), NROW(x.ReverseFind(c('b'), 0), -1),
+                NROW(x.ReverseFind(c('a'), -7), 3), NROW(x.ReverseFindNoCase(c('a')), 6),
                 NROW(TypeParam().ReverseFind(c('a')), -1)});
 }
 

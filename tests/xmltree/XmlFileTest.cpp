@@ -1,4 +1,5 @@
-// Files: saving in UTF-8 and UTF-16, loading with marks, header encodings and the code pages.
+// Files: saving in UTF-8 and UTF-16, loading with marks, header encodings and the code pages;
+// documents this library did not write (tests/xmltree/data) survive a load-save-load.
 #include <gtest/gtest.h>
 #include <iconv.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include <string>
 
 #include "common/DiagCapture.h"
+#include "common/XmlTreeSignature.h"
 #include "xmltree/CKrXMLTree.h"
 
 namespace {
@@ -163,4 +165,42 @@ TEST_F(XmlFile, HeaderEncodingRules) {
         records[0].message,
         L"ERROR: CKrXMLTree::ConvertBuffer2UTF16 - file encoding ISO-8859-2 is not implemented");
     EXPECT_EQ(records[0].source, L"xmltree/XmlTree");
+}
+
+// Each document is loaded, saved as UTF-16 and as UTF-8, loaded again and compared with the first
+// load; the in-memory text form agrees too.
+TEST_F(XmlFile, ForeignDocumentsSurviveLoadSaveLoad) {
+    struct Case {
+        char const *file;
+        wchar_t const *path;  // a value the load must have decoded
+        wchar_t const *value;
+    } const cases[] = {
+        {"acquisition-utf8.xml", L"acquisition/@operator", L"Zo\u00EB M\u00FCller"},
+        {"acquisition-utf8.xml", L"acquisition/plate/well/image", L"A1 \u2013 nuclei"},
+        {"calibration-cp1250.xml", L"kalibrace/@autor", L"Ji\u0159\u00ED \u0160\u0165astn\u00FD"},
+    };
+    for (Case const &c : cases) {
+        CKrXMLTree t;
+        ASSERT_EQ(t.LoadFromFile(CKrStringW((fs::path(ORVIK_TEST_DATA) / c.file).wstring()), false),
+                  0)
+            << c.file;
+        CKrStringW value;
+        ASSERT_EQ(t.XPathGetNodeValue(CKrStringW(c.path), value, true), 0) << c.path;
+        EXPECT_EQ(value.GetStdString(), c.value) << c.path;
+
+        std::wstring const original = Signature(&t);
+        ASSERT_GT(original.size(), 100u);
+        t.SetPrettyXML(false);  // pretty output would add white-space text
+        for (bool utf8 : {false, true}) {
+            ASSERT_EQ(t.SaveToFile(Path("saved.xml"), false, utf8), 0);
+            CKrXMLTree back;
+            EXPECT_EQ(back.LoadFromFile(Path("saved.xml"), false), 0);
+            EXPECT_EQ(Signature(&back), original) << c.file << (utf8 ? " UTF-8" : " UTF-16");
+        }
+        CKrStringW text;
+        ASSERT_EQ(t.GetValue(text, false, false), 0);
+        CKrXMLTree again;
+        ASSERT_EQ(again.SetValue(text, false), 0) << c.file;
+        EXPECT_EQ(Signature(&again), original) << c.file;
+    }
 }

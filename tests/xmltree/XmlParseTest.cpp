@@ -4,20 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "xmltree/CKrXMLNode.h"
-#include "xmltree/CKrXMLTree.h"
+#include "common/XmlTreeText.h"
 
 namespace {
-
-std::wstring W(CKrStringW const &s) { return s.GetStdString(); }
-
-std::wstring Compact(CKrXMLTree &t) {
-    t.SetPrettyXML(false);
-    t.SetUseXMLHeader(false);
-    CKrStringW out;
-    t.GetValue(out, false, false);
-    return out.GetStdString();
-}
 
 std::vector<std::wstring> TextChildren(CKrXMLNode *n) {
     std::vector<std::wstring> texts;
@@ -39,7 +28,7 @@ TEST(XmlParse, KeepsElementsTextAndCommentsOnly) {
                                     L"<?pi data?><r a=\"1\"><![CDATA[<raw>]]><!--c-->&e;</r>"),
                          true),
               0);
-    EXPECT_EQ(Compact(t), L"<r a=\"1\">&lt;raw&gt;<!--c-->ent</r>");
+    EXPECT_EQ(CompactDocument(t), L"<r a=\"1\">&lt;raw&gt;<!--c-->ent</r>");
     EXPECT_EQ(t.FirstChild()->Parent(), &t);
 }
 
@@ -92,7 +81,7 @@ TEST(XmlParse, StringFormAcceptsLeadingWhitespaceAndOwnMark) {
     CKrXMLTree t;
     EXPECT_EQ(t.SetValue(CKrStringW(L"\r\n  <a>1</a>"), true), 0);
     EXPECT_EQ(t.SetValue(CKrStringW(L"\xFEFF<b>2</b>"), true), 0);
-    EXPECT_EQ(Compact(t), L"<a>1</a><b>2</b>");  // parsing appends top-level nodes
+    EXPECT_EQ(CompactDocument(t), L"<a>1</a><b>2</b>");  // parsing appends top-level nodes
     // A declaration that contradicts UTF-16 is refused by expat.
     CKrXMLTree u;
     EXPECT_EQ(u.SetValue(CKrStringW(L"<?xml version=\"1.0\" encoding=\"UTF-8\"?><a/>"), true), -9);
@@ -101,10 +90,10 @@ TEST(XmlParse, StringFormAcceptsLeadingWhitespaceAndOwnMark) {
 TEST(XmlParse, FailureKeepsWhatWasBuiltAndTheOpenElement) {
     CKrXMLTree t;
     EXPECT_EQ(t.SetValue(CKrStringW(L"<a><b>x</b><c>"), true), -9);  // truncated
-    EXPECT_EQ(Compact(t), L"<a><b>x</b><c/></a>");
+    EXPECT_EQ(CompactDocument(t), L"<a><b>x</b><c/></a>");
     // The next parse continues inside the element that was open at the error.
     EXPECT_EQ(t.SetValue(CKrStringW(L"<d/>"), true), 0);
-    EXPECT_EQ(Compact(t), L"<a><b>x</b><c><d/></c></a>");
+    EXPECT_EQ(CompactDocument(t), L"<a><b>x</b><c><d/></c></a>");
 }
 
 TEST(XmlParse, MalformedInputFailsWithMinus9) {
@@ -142,7 +131,12 @@ TEST(XmlParse, HostileDocumentsAreBounded) {
         CKrXMLTree t;
         ASSERT_EQ(t.SetValue(doc.data(), doc.size(), true), 0);
         EXPECT_EQ(W(t.Text()), L"x");
+        // Pretty but not indented (indentation of 100,000 levels would be 15 G blanks): the
+        // header, 99,999 "<d>\r\n...</d>\r\n" pairs, the text-only innermost "<d>x</d>\r\n".
         CKrStringW out;
+        EXPECT_EQ(t.GetValue(out, false, true), 0);
+        EXPECT_EQ(out.GetLength(), 41u + 99999u * 11 + 10);
+        out.Empty();
         t.SetPrettyXML(false);
         EXPECT_EQ(t.GetValue(out, false, false), 0);
         EXPECT_EQ(out.GetLength(), 41u + 100000u * 7 + 1);  // header, "<d>" and "</d>" each, "x"
