@@ -2,9 +2,11 @@
 // assignment, comparison and the converting getters.
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <cwchar>
 #include <limits>
 #include <memory>
 
@@ -13,16 +15,7 @@
 
 namespace {
 
-// The single assertion recorded by `diag`, checked for source, condition and message.
-void expectOneAssert(DiagCapture const &diag, std::wstring const &condition,
-                     std::wstring const &message) {
-    auto records = diag.records();
-    ASSERT_EQ(records.size(), 1u) << "expected exactly one diagnostic";
-    EXPECT_EQ(records[0].kind, 0);
-    EXPECT_EQ(records[0].source, L"variant/CKrVariant");
-    EXPECT_EQ(records[0].condition, condition);
-    EXPECT_EQ(records[0].message, message);
-}
+std::wstring const kSource = L"variant/CKrVariant";
 
 std::wstring text(CKrVariant const &v) { return v.GetCKrStringW().GetStdString(); }
 std::wstring runType(CKrVariant const &v) {
@@ -129,8 +122,8 @@ TEST(VariantHolders, GetValueCopyAcrossTypesReportsExactMessages) {
         DiagCapture diag;
         CKrVariantDataCKrListVariant list;  // a target of another run type for every scalar
         c.source->GetValueCopy(list);
-        expectOneAssert(diag, L"(data.GetRunType() != GetRunType())",
-                        L"Error: " + std::wstring(c.name) + L", incompatible types!");
+        EXPECT_TRUE(expectReport(diag, L"Error: " + std::wstring(c.name) + L", incompatible types!",
+                                 L"(data.GetRunType() != GetRunType())", kSource));
     }
     // Numeric targets of another type still receive the value (and a bool stays a valid bool).
     DiagCapture diag;
@@ -335,7 +328,7 @@ TEST(VariantMisuse, ReportedOnceAndValueKept) {
         V s(5), l = pair();
         DiagCapture diag;
         EXPECT_TRUE(c.fallbackHolds(s, l));
-        expectOneAssert(diag, c.condition, c.message);
+        EXPECT_TRUE(expectReport(diag, c.message, c.condition, kSource));
         EXPECT_TRUE(s == V(5));
         EXPECT_TRUE(l == pair());
         EXPECT_EQ(l.GetCount(), 2);
@@ -485,7 +478,7 @@ TEST(VariantGetters, ConversionRuleAndFallbacks) {
             ok = true;
             EXPECT_TRUE(f.givesFallback(subject, &ok));
             EXPECT_FALSE(ok);
-            expectOneAssert(diag, L"true", f.message);
+            EXPECT_TRUE(expectReport(diag, f.message, L"true", kSource));
         }
     }
     // Strings: every run type has text; Null and an empty byte array do not.
@@ -507,4 +500,19 @@ TEST(VariantGetters, ConversionRuleAndFallbacks) {
     EXPECT_EQ(CKrVariant().GetValueVoidPtr(), nullptr);
     CKrVariant number(5);
     EXPECT_EQ(*static_cast<kr_int32 *>(number.GetValueVoidPtr()), 5);
+}
+
+// Doubles are written with "%.15f" exactly as the C library writes them, extremes included.
+TEST(VariantHolders, DoublesAreWrittenExactlyLikePrintf) {
+    double const third = 1.0 / 3;
+    double const doubles[] = {0.1,     -0.0,    2.5,      0x1p-16,  0x3p-17,   1e300,
+                              -1e-300, DBL_MAX, -DBL_MAX, DBL_MIN,  5e-324,    123456789.987654321,
+                              0.5e-15, 1.5e-15, -2.5e-15, INFINITY, -INFINITY, NAN,
+                              third};
+    for (double d : doubles) {
+        std::wstring expected(512, L'\0');
+        expected.resize(
+            static_cast<size_t>(std::swprintf(expected.data(), expected.size(), L"%.15f", d)));
+        EXPECT_EQ(text(CKrVariant(d)), expected) << d;
+    }
 }
