@@ -191,46 +191,16 @@ TEST(VariantMisuse, ReportedOnceAndValueKept) {
         bool (*fallbackHolds)(V &s, V &l);
         wchar_t const *condition, *message;
     } cases[] = {
-        {"value into Null",
-         [](V &, V &) {
-             V n;
-             n = 5;
-             return n.IsNull();
-         },
-         refused, off},
-        {"value of another type",
-         [](V &s, V &) {
-             s = 2.5;
-             return true;
-         },
-         refused, off},
-        {"MakeNull",
-         [](V &s, V &) {
-             s.MakeNull();
-             return true;
-         },
-         refused, L"Error: CKrVariant::MakeNull()), type change not enabled!"},
-        {"variant of another type",
-         [](V &s, V &) {
-             s = V(1.5);
-             return true;
-         },
-         refused,
+        {"value into Null", [](V &, V &) { return V().operator=(5).IsNull(); }, refused, off},
+        {"value of another type", [](V &s, V &) { return s = 2.5, true; }, refused, off},
+        {"MakeNull", [](V &s, V &) { return s.MakeNull(), true; }, refused,
+         L"Error: CKrVariant::MakeNull()), type change not enabled!"},
+        {"variant of another type", [](V &s, V &) { return s = V(1.5), true; }, refused,
          L"Error: can't do assignment from type: double to: kr_int32, type change not enabled!"},
-        {"variant into Null",
-         [](V &, V &l) {
-             V n;
-             n = l;
-             return n.IsNull();
-         },
-         refused,
+        {"variant into Null", [](V &, V &l) { return V().operator=(l).IsNull(); }, refused,
          L"Error: can't do assignment from type: CKrListVariant to: unknown, type change not "
          L"enabled!"},
-        {"Null into a value",
-         [](V &s, V &) {
-             s = V();
-             return true;
-         },
+        {"Null into a value", [](V &s, V &) { return s = V(), true; },
          L"m_pData && !m_enabledTypeChange",
          L"Error: can't do assignment, type change not enabled!"},
         {"list holder into a scalar holder",
@@ -247,19 +217,10 @@ TEST(VariantMisuse, ReportedOnceAndValueKept) {
              return i.SetRunType(RT("kr_int32")) == -9 && i.SetRunType(RT("double")) == -9;
          },
          L"arg != GetRunType()", L"Error: CKrVariantData::SetRunType(), can't set runtype!"},
-        {"insert at -1",
-         [](V &, V &l) {
-             l.Insert(pair(), -1);
-             return true;
-         },
-         L"iIdx < 0", L""},
+        {"insert at -1", [](V &, V &l) { return l.Insert(pair(), -1), true; }, L"iIdx < 0", L""},
         {"append to a scalar", [](V &s, V &l) { return s.Append(l).IsNull(); }, L"true",
          L"Error: invalid variant type (kr_int32) for array operation."},
-        {"insert into a scalar",
-         [](V &s, V &l) {
-             s.Insert(l, 0);
-             return true;
-         },
+        {"insert into a scalar", [](V &s, V &l) { return s.Insert(l, 0), true; },
          L"(m_pData && !m_enabledTypeChange && GetRunType() != "
          L"CKrVariantDataCKrListVariant::GetOrigRunType() )",
          L"Error: invalid variant type for array operation."},
@@ -282,12 +243,8 @@ TEST(VariantMisuse, ReportedOnceAndValueKept) {
          L"Error: invalid index to delete!"},
         {"delete in a scalar", [](V &s, V &) { return !s.Delete(0); }, notListType,
          L"Error: can't delete member in this runtype."},
-        {"clear a scalar",
-         [](V &s, V &) {
-             s.ClearList();
-             return true;
-         },
-         notListType, L"Error: can't ClearList in this runtype."},
+        {"clear a scalar", [](V &s, V &) { return s.ClearList(), true; }, notListType,
+         L"Error: can't ClearList in this runtype."},
         {"register another definition",
          [](V &, V &) {
              return V::RegisterRunType(V::CreateStruct(L"RKrTestPoint", {V(0, L"x")})) == -9 &&
