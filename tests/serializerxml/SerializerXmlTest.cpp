@@ -440,8 +440,9 @@ TEST(SerializerXmlObject, SaveAndLoadParameterForms) {
     auto ptr = [](void const *p, wchar_t const *name) {
         return CKrVariant(const_cast<void *>(p), name);
     };
-    unsigned const wideLen = static_cast<unsigned>(wide.GetLength());
-    unsigned const utf8Len = static_cast<unsigned>(utf8Doc.size());
+    auto length = [](size_t n) { return CKrVariant(static_cast<unsigned>(n), L"rawStringLen"); };
+    CKrVariant const raw = ptr(wide.GetString(), L"rawString");
+    CKrVariant const rawUtf8 = ptr(utf8Doc.data(), L"rawStringUTF8");
     struct Row {
         char const *what;
         std::vector<CKrVariant> items;
@@ -449,17 +450,11 @@ TEST(SerializerXmlObject, SaveAndLoadParameterForms) {
     };
     std::vector<Row> const rows = {
         {"string", {ptr(&wide, L"string")}, 0},
-        {"rawString",
-         {ptr(wide.GetString(), L"rawString"), CKrVariant(wideLen, L"rawStringLen")},
-         0},
-        {"rawString without length", {ptr(wide.GetString(), L"rawString")}, -9},
-        {"rawString cut short",
-         {ptr(wide.GetString(), L"rawString"), CKrVariant(wideLen - 1, L"rawStringLen")},
-         -9},
-        {"rawStringUTF8",
-         {ptr(utf8Doc.data(), L"rawStringUTF8"), CKrVariant(utf8Len, L"rawStringLen")},
-         0},
-        {"rawStringUTF8 without length", {ptr(utf8Doc.data(), L"rawStringUTF8")}, -9},
+        {"rawString", {raw, length(wide.GetLength())}, 0},
+        {"rawString without length", {raw}, -9},
+        {"rawString cut short", {raw, length(wide.GetLength() - 1)}, -9},
+        {"rawStringUTF8", {rawUtf8, length(utf8Doc.size())}, 0},
+        {"rawStringUTF8 without length", {rawUtf8}, -9},
         {"first source wins", {ptr(&wide, L"string"), ptr(nullptr, L"stringUTF8")}, 0},
         {"null pointer", {ptr(nullptr, L"string")}, -4},
         {"no source", {CKrVariant(1, L"other")}, -4},
