@@ -40,6 +40,11 @@ int readUtf8(CKrVariant &target, std::string const &text) {
                                                        static_cast<unsigned>(text.size()));
 }
 
+// The UTF-8 writer gives the element only; the reader wants the whole document.
+std::string docUtf8(CKrVariant const &v) {
+    return "<variant version=\"1.0\">" + writeUtf8(v) + "</variant>";
+}
+
 std::wstring doc(std::wstring const &inner) {
     return L"<variant version=\"1.0\">" + inner + L"</variant>";
 }
@@ -159,7 +164,7 @@ TEST(SerializerXmlRead, RoundTripsEveryHolderBothForms) {
     CKrVariant tree = mixedTree();
     CKrVariant wide, utf8, viaRead;
     ASSERT_EQ(readW(wide, writeW(tree)), 0);
-    ASSERT_EQ(readUtf8(utf8, "<variant version=\"1.0\">" + writeUtf8(tree) + "</variant>"), 0);
+    ASSERT_EQ(readUtf8(utf8, docUtf8(tree)), 0);
     CKrStringW text;
     tree.Write(text);
     ASSERT_EQ(viaRead.Read(text), 0);  // installed when the library loaded
@@ -287,9 +292,7 @@ TEST(SerializerXmlRead, DeepNestingWithoutRecursion) {
     cur->Append(CKrVariant(7, L"leaf"));
     for (int form = 0; form < 2; ++form) {
         CKrVariant back;
-        int rc = form == 0
-                     ? readW(back, writeW(root))
-                     : readUtf8(back, "<variant version=\"1.0\">" + writeUtf8(root) + "</variant>");
+        int rc = form == 0 ? readW(back, writeW(root)) : readUtf8(back, docUtf8(root));
         ASSERT_EQ(rc, 0);
         int depth = 1;
         CKrVariant *node = &back;
@@ -311,7 +314,7 @@ TEST(SerializerXmlRead, EveryPrefixOfADocumentFailsCleanly) {
     rec.SetRunType(CKrVariantRunType("RKrTestOuter"));
     tree.Append(rec);
     std::wstring const text = writeW(tree);
-    std::string const utf8 = "<variant version=\"1.0\">" + writeUtf8(tree) + "</variant>";
+    std::string const utf8 = docUtf8(tree);
     DiagCapture quiet;
     for (size_t n = 0; n < text.size(); ++n) {
         CKrVariant target(1, L"t");
@@ -395,18 +398,12 @@ TEST(SerializerXmlRead, HostileDocumentsGiveResultCodes) {
 // ---- Save / Load and the run-time class --------------------------------------------------------
 
 TEST(SerializerXmlObject, ClassRecordTextByteForByte) {
-    std::wstring const expected =
+    std::wstring expected =
         L"<variant version=\"1.0\"><CKrSerializerXMLString runtype=\"RKrRttiClass\">"
-        L"<m_parent1 runtype=\"CKrStringW\" value=\"IKrSerializer\"/>"
-        L"<m_parent2 runtype=\"CKrStringW\" value=\"\"/><m_parent3 runtype=\"CKrStringW\" "
-        L"value=\"\"/>"
-        L"<m_parent4 runtype=\"CKrStringW\" value=\"\"/><m_parent5 runtype=\"CKrStringW\" "
-        L"value=\"\"/>"
-        L"<m_parent6 runtype=\"CKrStringW\" value=\"\"/><m_parent7 runtype=\"CKrStringW\" "
-        L"value=\"\"/>"
-        L"<m_parent8 runtype=\"CKrStringW\" value=\"\"/><m_parent9 runtype=\"CKrStringW\" "
-        L"value=\"\"/>"
-        L"</CKrSerializerXMLString></variant>";
+        L"<m_parent1 runtype=\"CKrStringW\" value=\"IKrSerializer\"/>";
+    for (int i = 2; i <= 9; ++i)
+        expected += L"<m_parent" + std::to_wstring(i) + L" runtype=\"CKrStringW\" value=\"\"/>";
+    expected += L"</CKrSerializerXMLString></variant>";
     CKrClass *object = KR_CreateObject("CKrSerializerXMLString");
     ASSERT_NE(object, nullptr);
     EXPECT_STREQ(object->GetClass(), "CKrSerializerXMLString");
@@ -438,15 +435,14 @@ TEST(SerializerXmlObject, ClassRecordTextByteForByte) {
 TEST(SerializerXmlObject, SaveAndLoadParameterForms) {
     CKrVariant tree = mixedTree();
     CKrStringW wide;
-    CKrStringA utf8;
     tree.Write(wide);
-    CKrSerializerXMLString::VariantToXML_UTF8(utf8, tree);
-    std::string const utf8Doc = "<variant version=\"1.0\">" + utf8.GetStdString() + "</variant>";
+    std::string const utf8Doc = docUtf8(tree);
     auto ptr = [](void const *p, wchar_t const *name) {
         return CKrVariant(const_cast<void *>(p), name);
     };
-    unsigned const wideLen = static_cast<unsigned>(wide.GetLength());
-    unsigned const utf8Len = static_cast<unsigned>(utf8Doc.size());
+    auto length = [](size_t n) { return CKrVariant(static_cast<unsigned>(n), L"rawStringLen"); };
+    CKrVariant const raw = ptr(wide.GetString(), L"rawString");
+    CKrVariant const rawUtf8 = ptr(utf8Doc.data(), L"rawStringUTF8");
     struct Row {
         char const *what;
         std::vector<CKrVariant> items;
@@ -454,17 +450,11 @@ TEST(SerializerXmlObject, SaveAndLoadParameterForms) {
     };
     std::vector<Row> const rows = {
         {"string", {ptr(&wide, L"string")}, 0},
-        {"rawString",
-         {ptr(wide.GetString(), L"rawString"), CKrVariant(wideLen, L"rawStringLen")},
-         0},
-        {"rawString without length", {ptr(wide.GetString(), L"rawString")}, -9},
-        {"rawString cut short",
-         {ptr(wide.GetString(), L"rawString"), CKrVariant(wideLen - 1, L"rawStringLen")},
-         -9},
-        {"rawStringUTF8",
-         {ptr(utf8Doc.data(), L"rawStringUTF8"), CKrVariant(utf8Len, L"rawStringLen")},
-         0},
-        {"rawStringUTF8 without length", {ptr(utf8Doc.data(), L"rawStringUTF8")}, -9},
+        {"rawString", {raw, length(wide.GetLength())}, 0},
+        {"rawString without length", {raw}, -9},
+        {"rawString cut short", {raw, length(wide.GetLength() - 1)}, -9},
+        {"rawStringUTF8", {rawUtf8, length(utf8Doc.size())}, 0},
+        {"rawStringUTF8 without length", {rawUtf8}, -9},
         {"first source wins", {ptr(&wide, L"string"), ptr(nullptr, L"stringUTF8")}, 0},
         {"null pointer", {ptr(nullptr, L"string")}, -4},
         {"no source", {CKrVariant(1, L"other")}, -4},

@@ -3,35 +3,27 @@
 
 #include <string>
 
+#include "common/LiteVariantTestUtil.h"
 #include "variant/KrDataFormat.h"
 
 namespace {
 
-std::string utf16le(std::string const &ascii, bool mark) {
-    std::string out = mark ? std::string("\xFF\xFE", 2) : std::string();
-    for (char c : ascii) out += std::string{c, '\0'};
-    return out;
-}
-
-std::string utf16be(std::string const &ascii) {
-    std::string out("\xFE\xFF", 2);
-    for (char c : ascii) out += std::string{'\0', c};
+// ASCII text as UTF-16 units, with or without the byte-order mark.
+std::string utf16(std::string const &ascii, bool mark, bool bigEndian = false) {
+    std::string out = !mark ? "" : bigEndian ? "\xFE\xFF" : "\xFF\xFE";
+    for (char c : ascii) out += bigEndian ? std::string{'\0', c} : std::string{c, '\0'};
     return out;
 }
 
 // A level "a" with one int32 child "x": the smallest complete top-level level.
 std::string smallLevel() {
-    std::string const child("\x02\x02x\0\0\0\x07\0\0\0", 10);
-    std::string const head(
-        "\x0b\x02"
-        "a\0\0\0",
-        6);
-    std::string b = head + std::string("\x01\0\0\0", 4);
-    unsigned char const size = static_cast<unsigned char>(head.size() + 12 + child.size());
-    b += std::string(1, static_cast<char>(size)) + std::string(7, '\0');
-    b += child;
-    b += std::string(1, static_cast<char>(head.size() + 12)) + std::string(7, '\0');
-    return b;
+    CKrLiteVariantW w;
+    w.LevelBegin(L"a");
+    w.Set(7, L"x");
+    w.LevelEnd();
+    CKrLiteVariantR r;
+    Bytes const b = finish(w, r);
+    return std::string(b.begin(), b.end());
 }
 
 struct DetectCase {
@@ -45,50 +37,44 @@ struct DetectCase {
 }  // namespace
 
 TEST(DataFormat, DetectsEveryForm) {
+    using F = EKrDataFormat;
+    using E = EKrTextEncoding;
     std::string const level = smallLevel();
     DetectCase const cases[] = {
-        {"empty", "", EKrDataFormat::Unknown, EKrTextEncoding::None, 0},
-        {"level", level, EKrDataFormat::LiteVariant, EKrTextEncoding::None, 0},
-        {"cut level", level.substr(0, 20), EKrDataFormat::LiteVariant, EKrTextEncoding::None, 0},
-        {"level head cut", level.substr(0, 10), EKrDataFormat::Unknown, EKrTextEncoding::None, 0},
-        {"top int", std::string("\x02\0\x05\0\0\0", 6), EKrDataFormat::LiteVariant,
-         EKrTextEncoding::None, 0},
-        {"int cut", std::string("\x02\0\x05\0", 4), EKrDataFormat::Unknown, EKrTextEncoding::None,
+        {"empty", "", F::Unknown, E::None, 0},
+        {"level", level, F::LiteVariant, E::None, 0},
+        {"cut level", level.substr(0, 20), F::LiteVariant, E::None, 0},
+        {"level head cut", level.substr(0, 10), F::Unknown, E::None, 0},
+        {"top int", std::string("\x02\0\x05\0\0\0", 6), F::LiteVariant, E::None, 0},
+        {"int cut", std::string("\x02\0\x05\0", 4), F::Unknown, E::None, 0},
+        {"name without terminator", std::string("\x02\x02x\0y\0\0\0\0\0", 10), F::Unknown, E::None,
          0},
-        {"name without terminator", std::string("\x02\x02x\0y\0\0\0\0\0", 10),
-         EKrDataFormat::Unknown, EKrTextEncoding::None, 0},
-        {"envelope", std::string("LV0Z\x10\0\0\0\0\0\0\0x", 13), EKrDataFormat::LiteVariantZ,
-         EKrTextEncoding::None, 0},
+        {"envelope", std::string("LV0Z\x10\0\0\0\0\0\0\0x", 13), F::LiteVariantZ, E::None, 0},
         {"saved file", "LV00" + std::string(1, char(level.size())) + std::string(7, '\0') + level,
-         EKrDataFormat::LiteVariant, EKrTextEncoding::None, 12},
-        {"saved file head cut", "LV00\x08", EKrDataFormat::LiteVariant, EKrTextEncoding::None, 5},
-        {"envelope mark only", "LV0Z", EKrDataFormat::LiteVariantZ, EKrTextEncoding::None, 0},
-        {"variant xml", "<variant version=\"1.0\"><a/></variant>", EKrDataFormat::VariantXml,
-         EKrTextEncoding::Utf8, 0},
+         F::LiteVariant, E::None, 12},
+        {"saved file head cut", "LV00\x08", F::LiteVariant, E::None, 5},
+        {"envelope mark only", "LV0Z", F::LiteVariantZ, E::None, 0},
+        {"variant xml", "<variant version=\"1.0\"><a/></variant>", F::VariantXml, E::Utf8, 0},
         {"variant xml after declaration and comment",
          "\xEF\xBB\xBF<?xml version=\"1.0\"?>\r\n<!-- c > d --><!DOCTYPE v [<!ENTITY e \">\">]>"
          "<VARIANT version=\"1.0\"/>",
-         EKrDataFormat::VariantXml, EKrTextEncoding::Utf8, 3},
-        {"variant prefix is another element", "<variants/>", EKrDataFormat::Xml,
-         EKrTextEncoding::Utf8, 0},
-        {"plain xml", "  <doc a='1'/>", EKrDataFormat::Xml, EKrTextEncoding::Utf8, 0},
-        {"unclosed comment", "<!-- <variant", EKrDataFormat::Xml, EKrTextEncoding::Utf8, 0},
-        {"utf-16le with mark", utf16le("<variant version=\"1.0\"/>", true),
-         EKrDataFormat::VariantXml, EKrTextEncoding::Utf16LE, 2},
-        {"utf-16le without mark", utf16le("<doc/>", false), EKrDataFormat::Xml,
-         EKrTextEncoding::Utf16LE, 0},
-        {"utf-16be with mark", utf16be("{\"variant\": \"1.0\"}"), EKrDataFormat::VariantJson,
-         EKrTextEncoding::Utf16BE, 2},
-        {"tab before text is no blob", "\t{\"variant\":\"1.0\"}", EKrDataFormat::VariantJson,
-         EKrTextEncoding::Utf8, 0},
-        {"variant json", "{ \n \"variant\" : \"1.0\"}", EKrDataFormat::VariantJson,
-         EKrTextEncoding::Utf8, 0},
-        {"json whose first member is another", "{\"name\": 1, \"variant\": \"1.0\"}",
-         EKrDataFormat::Json, EKrTextEncoding::Utf8, 0},
-        {"json array", "[1]", EKrDataFormat::Json, EKrTextEncoding::Utf8, 0},
-        {"json number", "-3", EKrDataFormat::Json, EKrTextEncoding::Utf8, 0},
-        {"plain words", "hello", EKrDataFormat::Unknown, EKrTextEncoding::None, 0},
-        {"white space only", " \r\n", EKrDataFormat::Unknown, EKrTextEncoding::None, 0},
+         F::VariantXml, E::Utf8, 3},
+        {"variant prefix is another element", "<variants/>", F::Xml, E::Utf8, 0},
+        {"plain xml", "  <doc a='1'/>", F::Xml, E::Utf8, 0},
+        {"unclosed comment", "<!-- <variant", F::Xml, E::Utf8, 0},
+        {"utf-16le with mark", utf16("<variant version=\"1.0\"/>", true), F::VariantXml, E::Utf16LE,
+         2},
+        {"utf-16le without mark", utf16("<doc/>", false), F::Xml, E::Utf16LE, 0},
+        {"utf-16be with mark", utf16("{\"variant\": \"1.0\"}", true, true), F::VariantJson,
+         E::Utf16BE, 2},
+        {"tab before text is no blob", "\t{\"variant\":\"1.0\"}", F::VariantJson, E::Utf8, 0},
+        {"variant json", "{ \n \"variant\" : \"1.0\"}", F::VariantJson, E::Utf8, 0},
+        {"json whose first member is another", "{\"name\": 1, \"variant\": \"1.0\"}", F::Json,
+         E::Utf8, 0},
+        {"json array", "[1]", F::Json, E::Utf8, 0},
+        {"json number", "-3", F::Json, E::Utf8, 0},
+        {"plain words", "hello", F::Unknown, E::None, 0},
+        {"white space only", " \r\n", F::Unknown, E::None, 0},
     };
     for (DetectCase const &c : cases) {
         SKrDataFormat const f = KrDataFormat::Detect(c.bytes.data(), c.bytes.size());
@@ -123,9 +109,7 @@ TEST(DataFormat, DecodeTextRefusesMalformedInputAtItsOffset) {
     };
     std::wstring const pair{wchar_t(0xD83D), wchar_t(0xDE00)};
     Case const cases[] = {
-        {"a\xC3\xA9"
-         "b",
-         EKrTextEncoding::Utf8, 0, 0, L"a\u00e9b"},
+        {"a\xC3\xA9\x62", EKrTextEncoding::Utf8, 0, 0, L"a\u00e9b"},
         {"\xF0\x9F\x98\x80", EKrTextEncoding::Utf8, 0, 0, pair},
         {"ab\xC3", EKrTextEncoding::Utf8, -9, 2, L"ab"},               // cut sequence
         {"a\xC0\xAF", EKrTextEncoding::Utf8, -9, 1, L"a"},             // overlong "/"

@@ -14,6 +14,21 @@ void *g_target = nullptr;
 int (*g_action)(void *) = nullptr;
 
 int isTarget(void *item) { return item == g_target; }
+// Actions of the rows below; a non-zero result would stop FirstThat / LastThat.
+int deleteOwn(void *item) { return int(!g_list->DeleteNode(g_list->Find(item))); }
+int deleteNext(void *item) {
+    if (auto *next = g_list->Find(item)->GetNext()) g_list->DeleteNode(next);
+    return 0;
+}
+int clearAtTarget(void *item) { return item == g_target ? g_list->Clear(), 0 : 0; }
+int appendAhead(void *item) { return g_list->GetCount() < 6 ? g_list->Append(item), 0 : 0; }
+// A nested walk, a lookup and an insertion behind a forward walk (not visited).
+int nestedWalkAndInsert(void *item) {
+    EXPECT_EQ(g_list->FirstThat(&isTarget), g_target);
+    EXPECT_GE(g_list->IndexOf(item), 0);
+    g_list->Insert(0u, item);
+    return 0;
+}
 
 // The callback of every walk: records the item, then runs the row's action.
 int record(void *item) {
@@ -37,57 +52,12 @@ TEST(KrListReentrancy, CallbacksChangingTheListDuringAWalk) {
         {"first hit stops", 'F', &isTarget, 4, {0, 1}, 4, true},
         {"last hit stops", 'L', &isTarget, 4, {3, 2, 1}, 4, true},
         {"results ignored", 'E', &isTarget, 3, {0, 1, 2}, 3},
-        {"delete own node",
-         'F',
-         [](void *i) { return int(!g_list->DeleteNode(g_list->Find(i))); },
-         4,
-         {0, 1, 2, 3},
-         0},  // non-zero would stop the walk
-        {"delete own node backwards",
-         'L',
-         [](void *i) { return int(!g_list->DeleteNode(g_list->Find(i))); },
-         3,
-         {2, 1, 0},
-         0},
-        {"delete the next node",
-         'E',
-         [](void *i) {
-             if (auto *next = g_list->Find(i)->GetNext()) g_list->DeleteNode(next);
-             return 0;
-         },
-         5,
-         {0, 2, 4},
-         3},
-        {"clear midway",
-         'F',
-         [](void *i) {
-             if (i == g_target) g_list->Clear();
-             return 0;
-         },
-         3,
-         {0, 1},
-         0},
-        {"append ahead of the walk",
-         'E',
-         [](void *i) {
-             if (g_list->GetCount() < 6) g_list->Append(i);
-             return 0;
-         },
-         2,
-         {0, 1, 0, 1, 0, 1},
-         6},
-        // A nested walk, a lookup and an insertion behind a forward walk (not visited).
-        {"nested walk and insert",
-         'F',
-         [](void *i) {
-             EXPECT_EQ(g_list->FirstThat(&isTarget), g_target);
-             EXPECT_GE(g_list->IndexOf(i), 0);
-             g_list->Insert(0u, i);
-             return 0;
-         },
-         3,
-         {0, 1, 2},
-         6},
+        {"delete own node", 'F', &deleteOwn, 4, {0, 1, 2, 3}, 0},
+        {"delete own node backwards", 'L', &deleteOwn, 3, {2, 1, 0}, 0},
+        {"delete the next node", 'E', &deleteNext, 5, {0, 2, 4}, 3},
+        {"clear midway", 'F', &clearAtTarget, 3, {0, 1}, 0},
+        {"append ahead of the walk", 'E', &appendAhead, 2, {0, 1, 0, 1, 0, 1}, 6},
+        {"nested walk and insert", 'F', &nestedWalkAndInsert, 3, {0, 1, 2}, 6},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);

@@ -109,26 +109,26 @@ TEST(LiteVariantDamage, EnvelopeLies) {
     CKrLiteVariantR good;
     ASSERT_NE(w.Finalize(good, 1), nullptr);
     Bytes const env = bytesOf(good);
-    unsigned long long plainSize;
+    using U = unsigned long long;
+    U plainSize;
     std::memcpy(&plainSize, &env[4], 8);
     struct Case {
         char const *what;
-        void (*damage)(Bytes &, unsigned long long plain);
+        void (*damage)(Bytes &, U plain);
         int result;
     };
     Case const cases[] = {
-        {"intact", [](Bytes &, unsigned long long) {}, 0},
-        {"size beyond deflate's ratio",
-         [](Bytes &b, unsigned long long) { put64(b, 4, 1ull << 40); }, -3},
-        {"size beyond the limit", [](Bytes &b, unsigned long long) { put64(b, 4, ~0ull); }, -3},
-        {"size a little large", [](Bytes &b, unsigned long long p) { put64(b, 4, p + 1); }, -9},
-        {"size a little small", [](Bytes &b, unsigned long long p) { put64(b, 4, p - 1); }, -9},
-        {"stream cut", [](Bytes &b, unsigned long long) { b.resize(b.size() - 3); }, -9},
-        {"stream damaged", [](Bytes &b, unsigned long long) { b[14] ^= 0x55; }, -9},
+        {"intact", [](Bytes &, U) {}, 0},
+        {"size beyond deflate's ratio", [](Bytes &b, U) { put64(b, 4, 1ull << 40); }, -3},
+        {"size beyond the limit", [](Bytes &b, U) { put64(b, 4, ~0ull); }, -3},
+        {"size a little large", [](Bytes &b, U p) { put64(b, 4, p + 1); }, -9},
+        {"size a little small", [](Bytes &b, U p) { put64(b, 4, p - 1); }, -9},
+        {"stream cut", [](Bytes &b, U) { b.resize(b.size() - 3); }, -9},
+        {"stream damaged", [](Bytes &b, U) { b[14] ^= 0x55; }, -9},
         // Heads too short to hold a size, or a size of 0: left as they are, read as code 'L'.
-        {"head only", [](Bytes &b, unsigned long long) { b.resize(12); }, -9},
-        {"head cut", [](Bytes &b, unsigned long long) { b.resize(7); }, -9},
-        {"size zero", [](Bytes &b, unsigned long long) { put64(b, 4, 0); }, -9},
+        {"head only", [](Bytes &b, U) { b.resize(12); }, -9},
+        {"head cut", [](Bytes &b, U) { b.resize(7); }, -9},
+        {"size zero", [](Bytes &b, U) { put64(b, 4, 0); }, -9},
     };
     for (Case const &c : cases) {
         Bytes b = env;

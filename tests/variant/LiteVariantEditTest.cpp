@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 #include "common/LiteVariantTestUtil.h"
@@ -16,29 +17,21 @@ std::wstring dump(CKrLiteVariantR &r) {
     CKrStringW trace;
     if (r.Trace(trace) != 0) return L"damaged";
     std::wstring out, line;
-    size_t lastIndent = 0;
-    bool first = true;
-    std::wstring const t = trace.GetStdString();
-    for (size_t pos = 0; pos < t.size();) {
-        size_t const end = t.find(L"\r\n", pos);
-        line = t.substr(pos, end - pos);
-        pos = end + 2;
-        size_t const indent = line.find_first_not_of(L' ') / 2;
-        for (; lastIndent > indent; --lastIndent) out += L"}";
-        if (!first && out.back() != L'{') out += L",";
-        first = false;
-        std::wstring const name = line.substr(indent * 2, line.find(L" (") - indent * 2);
+    size_t depth = 0;
+    std::wistringstream lines(trace.GetStdString());
+    while (std::getline(lines, line)) {  // "  name (type) = value\r" or "  name (11) [count]\r"
+        size_t const indent = line.find_first_not_of(L' ');
+        for (; depth > indent / 2; --depth) out += L"}";
+        if (!out.empty() && out.back() != L'{') out += L",";
+        out += line.substr(indent, line.find(L" (") - indent);
         size_t const eq = line.find(L" = ");
-        if (line.find(L"(11)") != std::wstring::npos) {
-            out += name + L"{";
-            lastIndent = indent + 1;
-        } else {
-            out += name + L"=" + (eq == std::wstring::npos ? L"?" : line.substr(eq + 3));
-            lastIndent = indent;
-        }
+        if (line.find(L"(11)") != std::wstring::npos)
+            out += L"{", depth = indent / 2 + 1;
+        else
+            out += L"=" +
+                   (eq == std::wstring::npos ? L"?" : line.substr(eq + 3, line.size() - eq - 4));
     }
-    for (; lastIndent > 0; --lastIndent) out += L"}";
-    return out;
+    return out + std::wstring(depth, L'}');
 }
 
 struct Item {

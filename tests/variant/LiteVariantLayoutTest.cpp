@@ -9,47 +9,42 @@
 namespace {
 
 TEST(LiteVariantLayout, ItemsAsBytes) {
+    using W = CKrLiteVariantW &;
     struct Case {
         char const *what;
-        void (*write)(CKrLiteVariantW &);
+        void (*write)(W);
         Bytes bytes;
     };
     Case const cases[] = {
-        {"bool", [](CKrLiteVariantW &w) { w.Set(true, L"x"); }, {1, 2, 'x', 0, 0, 0, 1}},
-        {"int32",
-         [](CKrLiteVariantW &w) { w.Set(-2, L"x"); },
-         {2, 2, 'x', 0, 0, 0, 0xFE, 0xFF, 0xFF, 0xFF}},
-        {"uint32 unnamed", [](CKrLiteVariantW &w) { w.Set(7u, nullptr); }, {3, 0, 7, 0, 0, 0}},
+        {"bool", [](W w) { w.Set(true, L"x"); }, {1, 2, 'x', 0, 0, 0, 1}},
+        {"int32", [](W w) { w.Set(-2, L"x"); }, {2, 2, 'x', 0, 0, 0, 0xFE, 0xFF, 0xFF, 0xFF}},
+        {"uint32 unnamed", [](W w) { w.Set(7u, nullptr); }, {3, 0, 7, 0, 0, 0}},
         {"int64 empty name",
-         [](CKrLiteVariantW &w) { w.Set(kr_int64(-1), L""); },
+         [](W w) { w.Set(kr_int64(-1), L""); },
          {4, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},
         {"uint64",
-         [](CKrLiteVariantW &w) { w.Set(kr_uint64(0x0102030405060708ull), nullptr); },
+         [](W w) { w.Set(kr_uint64(0x0102030405060708ull), nullptr); },
          {5, 0, 8, 7, 6, 5, 4, 3, 2, 1}},
-        {"double",
-         [](CKrLiteVariantW &w) { w.Set(1.0, nullptr); },
-         {6, 0, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F}},
+        {"double", [](W w) { w.Set(1.0, nullptr); }, {6, 0, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F}},
         {"pointer",
-         [](CKrLiteVariantW &w) { w.Set(reinterpret_cast<void *>(0x1234), nullptr); },
+         [](W w) { w.Set(reinterpret_cast<void *>(0x1234), nullptr); },
          {7, 0, 0x34, 0x12, 0, 0, 0, 0, 0, 0}},
-        {"string ab",
-         [](CKrLiteVariantW &w) { w.Set(L"ab", L"x"); },
-         {8, 2, 'x', 0, 0, 0, 'a', 0, 'b', 0, 0, 0}},
+        {"string ab", [](W w) { w.Set(L"ab", L"x"); }, {8, 2, 'x', 0, 0, 0, 'a', 0, 'b', 0, 0, 0}},
         {"null string",
-         [](CKrLiteVariantW &w) { w.Set(static_cast<wchar_t const *>(nullptr), nullptr); },
+         [](W w) { w.Set(static_cast<wchar_t const *>(nullptr), nullptr); },
          {8, 0, 0, 0}},
         {"utf-16 units",
-         [](CKrLiteVariantW &w) { w.Set(L"\u00e9\uFF01", L"\u0100"); },
+         [](W w) { w.Set(L"\u00e9\uFF01", L"\u0100"); },
          {8, 2, 0, 1, 0, 0, 0xE9, 0, 0x01, 0xFF, 0, 0}},
         {"blob",
-         [](CKrLiteVariantW &w) { w.Set("abc", 3, nullptr); },
+         [](W w) { w.Set("abc", 3, nullptr); },
          {9, 0, 3, 0, 0, 0, 0, 0, 0, 0, 'a', 'b', 'c'}},
         {"empty blob",
-         [](CKrLiteVariantW &w) { w.Set(CKrByteArray(), L"e"); },
+         [](W w) { w.Set(CKrByteArray(), L"e"); },
          {9, 2, 'e', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
         // Children stay in writing order (z, b); the index lists b (offset 28) before z (18).
         {"level",
-         [](CKrLiteVariantW &w) {
+         [](W w) {
              w.LevelBegin(L"a");
              w.Set(1, L"z");
              w.Set(2, L"b");
@@ -60,7 +55,7 @@ TEST(LiteVariantLayout, ItemsAsBytes) {
           2,  2, 'b', 0, 0, 0, 2, 0, 0,  0,                           //
           28, 0, 0,   0, 0, 0, 0, 0, 18, 0, 0,  0, 0, 0, 0, 0}},
         {"empty level",
-         [](CKrLiteVariantW &w) { w.LevelBegin(nullptr), w.LevelEnd(); },
+         [](W w) { w.LevelBegin(nullptr), w.LevelEnd(); },
          {11, 0, 0, 0, 0, 0, 14, 0, 0, 0, 0, 0, 0, 0}},
     };
     for (Case const &c : cases) {

@@ -1,6 +1,7 @@
 // Trees of variants: children operations, records, list equality, searches, structure
 // comparison, the run-type registry and the XML text form.  Refused operations are in the
-// misuse table of the value tests.
+// misuse table of the value tests; copies and equality on random trees in the fuzz target
+// variant_tree.
 #include <gtest/gtest.h>
 
 #include "common/DiagCapture.h"
@@ -159,6 +160,7 @@ TEST(VariantRecords, FactoriesAndTheRecordStateOfCopies) {
 TEST(VariantEquality, NamedChildrenPairByNameUnnamedByPosition) {
     using V = CKrVariant;
     using Items = std::vector<V>;
+    auto inner = [](std::initializer_list<V> items) { return V::CreateStruct(L"inner", items); };
     struct {
         Items a, b;
         bool equal;
@@ -175,6 +177,13 @@ TEST(VariantEquality, NamedChildrenPairByNameUnnamedByPosition) {
         // Duplicate names: every same-named child meets the first one of the other list.
         {{V(1, L"d"), V(2, L"d")}, {V(1, L"d"), V(2, L"d")}, false},
         {{V(1, L"d"), V(1, L"d")}, {V(1, L"d"), V(2, L"d")}, true},
+        // Names that share a prefix or a length never pair; a later name is still found after
+        // the walk came back from a nested short list.
+        {{inner({V(1, L"gain"), V(2, L"gains")}), V(3, L"gai"), V(4, L"gain"), V(5, L"niag")},
+         {V(5, L"niag"), V(4, L"gain"), inner({V(2, L"gains"), V(1, L"gain")}), V(3, L"gai")},
+         true},
+        {{inner({}), V(3, L"gai"), V(4, L"gain")}, {V(4, L"gain"), inner({}), V(9, L"gai")}, false},
+        {{inner({V(1, L"x")})}, {inner({})}, false},  // nested lists of other sizes
     };
     // Each pair again with 16 more distinct members: long lists pair through a name index.
     auto make = [](Items const &items, bool padded) {
