@@ -26,39 +26,38 @@ TEST(JsonReformat, OutputIsStrictJson) {
     struct Case {
         std::wstring in, out;
     } const cases[] = {
-        {L"NULL", L"null"},
-        {L"[TRUE,False]", L"[\r\ntrue,\r\nfalse\r\n]"},
-        {L"-007.50E+01", L"-7.50E+01"},
-        {L"000", L"0"},
-        {L"-0", L"-0"},
+        // clang-format off
+        {L"NULL", L"null"}, {L"[TRUE,False]", L"[\r\ntrue,\r\nfalse\r\n]"},
+        {L"-007.50E+01", L"-7.50E+01"}, {L"000", L"0"}, {L"-0", L"-0"},
         {L"\"tab\there\x01\"", L"\"tab\\u0009here\\u0001\""},
         {L"\"\\u00e9\\n\"", L"\"\\u00e9\\n\""},  // valid escapes stay as written
+        // clang-format on
     };
     for (auto const &c : cases) EXPECT_EQ(reformat(c.in, 0), c.out) << c.in;
 }
 
 TEST(JsonReformat, FailuresGiveEmptyTextAndAMessage) {
+    std::wstring const kValue = L"Expected value while reformatting!",
+                       kAfter = L"Unexpected text after the end of the document!",
+                       kArrayValue = L"Expected value while parsing Array!",
+                       kName = L"Expected '\"' while parsing Object!";
     struct Case {
         std::wstring in, error;
     } const cases[] = {
-        {L"", L"Expected value while reformatting!"},
-        {L"   ", L"Expected value while reformatting!"},
-        {L"nope", L"Expected value while reformatting!"},
-        {L"1 2", L"Unexpected text after the end of the document!"},
-        {L"{\"a\":1}}", L"Unexpected text after the end of the document!"},
+        // clang-format off
+        {L"", kValue}, {L"   ", kValue}, {L"nope", kValue}, {L"1 2", kAfter},
+        {L"{\"a\":1}}", kAfter},
         {L"{\"a\":{\"b\" 1}}", L"Expected ':' while parsing Object!"},  // checked at every level
-        {L"[[1,]]", L"Expected value while parsing Array!"},
-        {L"{\"a\":[{\"q\":1,}]}", L"Expected '\"' while parsing Object!"},
+        {L"[[1,]]", kArrayValue}, {L"{\"a\":[{\"q\":1,}]}", kName},
         {L"{\"a\":[1}", L"Expected ',' or ']' while parsing Array!"},
         {L"[{\"a\":1]", L"Expected ',' or '}' while parsing Object!"},
         {L"[{\"a\":1,\"b\":2,\"a\":3}]", L"Duplicate member name while parsing Object!"},
         {L"[\"\\z\"]", L"Unrecognized escape sequence"},
         {L"[1.]", L"Number parse erorr: a number must follow decimal point!"},
-        {L"[\"open", L"Unballanced quotation marks"},
-        {L"[", L"Expected value while parsing Array!"},
-        {L"{ }", L"Expected '\"' while parsing Object!"},  // no empty containers, at any depth
-        {L"[1,[2,{}]]", L"Expected '\"' while parsing Object!"},
-        {L"{\"a\":[ ]}", L"Expected value while parsing Array!"},
+        {L"[\"open", L"Unballanced quotation marks"}, {L"[", kArrayValue},
+        // No empty containers, at any depth.
+        {L"{ }", kName}, {L"[1,[2,{}]]", kName}, {L"{\"a\":[ ]}", kArrayValue},
+        // clang-format on
     };
     for (auto const &c : cases) {
         std::wstring err;
