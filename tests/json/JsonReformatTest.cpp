@@ -31,6 +31,7 @@ TEST(JsonReformat, OutputIsStrictJson) {
         {L"-007.50E+01", L"-7.50E+01"}, {L"000", L"0"}, {L"-0", L"-0"},
         {L"\"tab\there\x01\"", L"\"tab\\u0009here\\u0001\""},
         {L"\"\\u00e9\\n\"", L"\"\\u00e9\\n\""},  // valid escapes stay as written
+        {L"\t\r\n [true, -0.0, \"\\/\"]\n", L"[\r\ntrue,\r\n-0.0,\r\n\"\\/\"\r\n]"},
         // clang-format on
     };
     for (auto const &c : cases) EXPECT_EQ(reformat(c.in, 0), c.out) << c.in;
