@@ -58,14 +58,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     check(chosen == stored ? (chosen >= 0 && chosen <= 9) || (chosen >= 14 && chosen <= 19)
                            : (chosen == 6 && stored == 17));
 
-    // Pixels -> unit -> pixels keeps the value for every length, area and volume unit.
+    // Pixels -> unit -> pixels keeps the value for every length, area and volume unit.  With a
+    // positive calibration the value in the unit is the pixel value times (calibration / size of
+    // the unit)^dimension, and the calibrated unit-to-unit conversion gives the same both ways.
     const double av = std::fabs(v), ac = std::fabs(cal);
     if (av > 1e-100 && av < 1e100 && ac > 1e-30 && ac < 1e30) {
         const int type = 1 + static_cast<int>(static_cast<uint32_t>(a) % 3);
         const int unit = static_cast<int>(static_cast<uint32_t>(b) % 10);
-        const double back =
-            Convert_Unit_To_Pixels(Convert_Pixels_To_Unit(v, type, unit, cal), type, unit, cal);
+        const double inUnit = Convert_Pixels_To_Unit(v, type, unit, cal);
+        const double back = Convert_Unit_To_Pixels(inUnit, type, unit, cal);
         check(std::fabs(back - v) <= av * 1e-9);
+        if (cal > 0) {
+            const double want = unit == 0 ? v : v * std::pow(cal / HowManyMicronsAmI(unit), type);
+            check(std::fabs(inUnit - want) <= std::fabs(want) * 1e-12);
+            check(Convert_Unit_To_Unit_Cal(v, type, 0, unit, cal) == inUnit);
+            check(std::fabs(Convert_Unit_To_Unit_Cal(inUnit, type, unit, 0, cal) - v) <= av * 1e-9);
+        }
     }
     return 0;
 }

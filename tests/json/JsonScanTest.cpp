@@ -27,45 +27,29 @@ struct ValueCase {
 }  // namespace
 
 TEST(JsonScan, ParseValueLengthsAndMessages) {
+    std::wstring const kPoint = L"Number parse erorr: a number must follow decimal point!",
+                       kExponent = L"Number parse error: a number must follow exponent sign!",
+                       kEscape = L"Unrecognized escape sequence",
+                       kQuotes = L"Unballanced quotation marks";
+    // clang-format off
     ValueCase const cases[] = {
-        {L"null", 0, 4, L""},
-        {L"NuLl,", 0, 4, L""},
-        {L"nul", 0, 0, L""},
-        {L"TRUE", 0, 4, L""},
-        {L"fAlSe ", 0, 5, L""},
-        {L"fals", 0, 0, L""},
-        {L"x: -12.5e+3,", 3, 8, L""},
-        {L"0", 0, 1, L""},
-        {L"-", 0, 0, L""},
-        {L"-a", 0, 0, L""},
-        {L".5", 0, 0, L""},
-        {L"+1", 0, 0, L""},
-        {L"1.", 0, -1, L"Number parse erorr: a number must follow decimal point!"},
-        {L"1.e3", 0, -1, L"Number parse erorr: a number must follow decimal point!"},
-        {L"1e", 0, -1, L"Number parse error: a number must follow exponent sign!"},
-        {L"1E-x", 0, -1, L"Number parse error: a number must follow exponent sign!"},
-        {L"\"\"", 0, 2, L""},
-        {L"\"a\\\"b\" tail", 0, 6, L""},
+        {L"null", 0, 4, L""}, {L"NuLl,", 0, 4, L""}, {L"nul", 0, 0, L""}, {L"TRUE", 0, 4, L""},
+        {L"fAlSe ", 0, 5, L""}, {L"fals", 0, 0, L""}, {L"x: -12.5e+3,", 3, 8, L""},
+        {L"0", 0, 1, L""}, {L"-", 0, 0, L""}, {L"-a", 0, 0, L""}, {L".5", 0, 0, L""},
+        {L"+1", 0, 0, L""}, {L"1.", 0, -1, kPoint}, {L"1.e3", 0, -1, kPoint},
+        {L"1e", 0, -1, kExponent}, {L"1E-x", 0, -1, kExponent},
+        {L"\"\"", 0, 2, L""}, {L"\"a\\\"b\" tail", 0, 6, L""},
         {L"\"\\\\\"", 0, 4, L""},  // escaped backslash, then the closing quote
-        {L"\"\\/\\b\\f\\n\\r\\t\\u00aF\"", 0, 20, L""},
-        {L"\"x\\q\"", 0, -1, L"Unrecognized escape sequence"},
-        {L"\"\\u12G4\"", 0, -1, L"Unrecognized escape sequence"},
-        {L"\"\\u12", 0, -1, L"Unballanced quotation marks"},
-        {L"\"abc", 0, -1, L"Unballanced quotation marks"},
-        {L"\"abc\\", 0, -1, L"Unballanced quotation marks"},
-        {L"{\"x\": \"}\"}", 0, 10, L""},
-        {L"{{}{}} x", 0, 6, L""},
+        {L"\"\\/\\b\\f\\n\\r\\t\\u00aF\"", 0, 20, L""}, {L"\"x\\q\"", 0, -1, kEscape},
+        {L"\"\\u12G4\"", 0, -1, kEscape}, {L"\"\\u12", 0, -1, kQuotes}, {L"\"abc", 0, -1, kQuotes},
+        {L"\"abc\\", 0, -1, kQuotes}, {L"{\"x\": \"}\"}", 0, 10, L""}, {L"{{}{}} x", 0, 6, L""},
         {L"{[}", 0, 3, L""},  // contents are not checked, only braces count
-        {L"{{}", 0, -1, L"Unballanced braces while parsing Object"},
-        {L"{\"}", 0, -1, L"Unballanced quotation marks"},
-        {L"[1,[2,\"]\"]]", 0, 11, L""},
-        {L"[[]", 0, -1, L"Unballanced brackets while parsing Array"},
-        {L"x", 0, 0, L""},
-        {L"null", 4, 0, L""},
-        {L"null", -1, 0, L""},
-        {L"null", 99, 0, L""},
-        {L"", 0, 0, L""},
+        {L"{{}", 0, -1, L"Unballanced braces while parsing Object"}, {L"{\"}", 0, -1, kQuotes},
+        {L"[1,[2,\"]\"]]", 0, 11, L""}, {L"x", 0, 0, L""},
+        {L"[[]", 0, -1, L"Unballanced brackets while parsing Array"}, {L"null", 4, 0, L""},
+        {L"null", -1, 0, L""}, {L"null", 99, 0, L""}, {L"", 0, 0, L""},
     };
+    // clang-format on
     for (auto const &c : cases) {
         CKrStringW value, error(L"untouched");
         int r = Scan::parseValue(c.text, c.pos, &value, &error);

@@ -37,33 +37,30 @@ CKrVariant everyRunType() {
     unsigned char const bytes[] = {0, 1, 0xFE, 0xFF};
     std::wstring const lone{L'x', wchar_t(0xD800), L'y'};
     std::wstring const pair{wchar_t(0xD83D), wchar_t(0xDE00)};
-    return record(
-        "CKrListVariant", L"root",
-        {named(CKrVariant(std::numeric_limits<int>::min()), L"i32"),
-         named(CKrVariant(std::numeric_limits<unsigned int>::max()), L"u32"),
-         named(CKrVariant(std::numeric_limits<kr_int64>::min()), L"i64"),
-         named(CKrVariant(std::numeric_limits<kr_uint64>::max()), L"u64"),
-         named(CKrVariant(0.1), L"d"),
-         named(CKrVariant(-0.0), L"negzero"),
-         named(CKrVariant(5e-324), L"tiny"),
-         named(CKrVariant(std::numeric_limits<double>::infinity()), L"inf"),
-         named(CKrVariant(-std::numeric_limits<double>::infinity()), L"minf"),
-         named(CKrVariant(std::numeric_limits<double>::quiet_NaN()), L"nan"),
-         named(CKrVariant(true), L"t"),
-         named(CKrVariant(false), L"f"),
-         named(CKrVariant(reinterpret_cast<void *>(uintptr_t(0xDEADBEEF))), L"p"),
-         named(CKrVariant(CKrStringW(L"quote\" back\\ tab\t nl\n ctl\x01 \u00e9" + pair)), L"s"),
-         named(CKrVariant(CKrStringW(lone)), lone),  // lone surrogates in name and value
-         named(CKrVariant(CKrStringW(L"")), L"empty"),
-         named(CKrVariant(CKrByteArray(bytes, sizeof bytes, 16)), L"bytes"),
-         named(CKrVariant(CKrByteArray()), L"nobytes"),
-         named(CKrVariant(), L"null"),
-         named(CKrVariant(1), L""),     // empty name
-         named(CKrVariant(2), L"a b"),  // not a valid variant name: kept as it is
-         named(CKrVariant(3), L"dup"),
-         named(CKrVariant(4), L"dup"),
-         record("RKrStage", L"stage", {named(CKrVariant(kr_int64(-5)), L"x")}),
-         record("CKrListVariant", L"emptylist", {})});
+    // clang-format off
+    return record("CKrListVariant", L"root", {
+        named(CKrVariant(std::numeric_limits<int>::min()), L"i32"),
+        named(CKrVariant(std::numeric_limits<unsigned int>::max()), L"u32"),
+        named(CKrVariant(std::numeric_limits<kr_int64>::min()), L"i64"),
+        named(CKrVariant(std::numeric_limits<kr_uint64>::max()), L"u64"),
+        named(CKrVariant(0.1), L"d"), named(CKrVariant(-0.0), L"negzero"),
+        named(CKrVariant(5e-324), L"tiny"),
+        named(CKrVariant(std::numeric_limits<double>::infinity()), L"inf"),
+        named(CKrVariant(-std::numeric_limits<double>::infinity()), L"minf"),
+        named(CKrVariant(std::numeric_limits<double>::quiet_NaN()), L"nan"),
+        named(CKrVariant(true), L"t"), named(CKrVariant(false), L"f"),
+        named(CKrVariant(reinterpret_cast<void *>(uintptr_t(0xDEADBEEF))), L"p"),
+        named(CKrVariant(CKrStringW(L"quote\" back\\ tab\t nl\n ctl\x01 \u00e9" + pair)), L"s"),
+        named(CKrVariant(CKrStringW(lone)), lone),  // lone surrogates in name and value
+        named(CKrVariant(CKrStringW(L"")), L"empty"),
+        named(CKrVariant(CKrByteArray(bytes, sizeof bytes, 16)), L"bytes"),
+        named(CKrVariant(CKrByteArray()), L"nobytes"), named(CKrVariant(), L"null"),
+        named(CKrVariant(1), L""),     // empty name
+        named(CKrVariant(2), L"a b"),  // not a valid variant name: kept as it is
+        named(CKrVariant(3), L"dup"), named(CKrVariant(4), L"dup"),
+        record("RKrStage", L"stage", {named(CKrVariant(kr_int64(-5)), L"x")}),
+        record("CKrListVariant", L"emptylist", {})});
+    // clang-format on
 }
 
 struct BadDoc {
@@ -141,6 +138,13 @@ TEST(VariantJson, MalformedDocumentsAreRefusedWithMessageAndOffset) {
     auto node = [](std::wstring const &type, std::wstring const &rest) {
         return L"{\"name\":\"n\",\"type\":\"" + type + L"\"" + rest + L"}";
     };
+    // A whole document whose root is that node.
+    auto doc = [&](std::wstring const &type, std::wstring const &rest) {
+        return head + node(type, rest) + L"}";
+    };
+    std::wstring const kFit = L"Value does not fit the item's type";
+    std::wstring const list = L"{\"name\":\"n\",\"type\":\"RKrX\",\"items\":";
+    // clang-format off
     BadDoc const cases[] = {
         {L"", L"Expected '{' at the start of the document", 0},
         {L"[]", L"Expected '{' at the start of the document", 0},
@@ -148,62 +152,45 @@ TEST(VariantJson, MalformedDocumentsAreRefusedWithMessageAndOffset) {
         {L"{\"variant\":\"2.0\"}", L"Unsupported version (expected \"1.0\")", 11},
         {L"{\"variant\":\"1.0\"}", L"Missing member \"root\"", 17},
         {L"{\"variant\":\"1.0\",\"extra\":1}", L"Unknown member", 17},
-        {head + node(L"kr_int32", L",\"value\":1") + L"} x",
+        {doc(L"kr_int32", L",\"value\":1") + L" x",
          L"Unexpected text after the end of the document", 66},
         {head + node(L"kr_int32", L",\"value\":1") + L",\"root\":{}}", L"Repeated member", 65},
         {head + node(L"kr_int32", L",\"value\":1"), L"Expected ',' or '}'", 64},
         {head + L"{\"name\":\"n\"}}", L"Item without \"type\"", 24},
         {head + L"{\"type\":\"bool\",\"value\":true}}", L"Item without \"name\"", 24},
-        {head + node(L"kr_int32", L"") + L"}", L"Item of a scalar type without \"value\"", 24},
-        {head + node(L"kr_int32", L",\"items\":[]") + L"}", L"Item of a scalar type with \"items\"",
-         24},
-        {head + node(L"RKrX", L"") + L"}", L"Item of a list type without \"items\"", 24},
-        {head + node(L"RKrX", L",\"value\":1,\"items\":[]") + L"}",
-         L"Item of a list type with a \"value\"", 58},
-        {head + node(L"unknown", L",\"value\":1") + L"}", L"Item of type \"unknown\" with a value",
-         24},
-        {head + node(L"kr_int32", L",\"value\":1,\"value\":2") + L"}", L"Repeated member", 64},
-        {head + node(L"kr_int32", L",\"size\":1") + L"}", L"Unknown member", 54},
-        {head + node(L"", L",\"value\":1") + L"}", L"Malformed type name", 43},
-        {head + node(L"kr\u00e9", L",\"value\":1") + L"}", L"Malformed type name", 43},
-        {head + node(L"kr_int32", L",\"value\":2147483648") + L"}",
-         L"Value does not fit the item's type", 62},
-        {head + node(L"kr_uint32", L",\"value\":-1") + L"}", L"Value does not fit the item's type",
-         63},
-        {head + node(L"kr_uint64", L",\"value\":18446744073709551616") + L"}",
-         L"Value does not fit the item's type", 63},
-        {head + node(L"kr_int64", L",\"value\":1.0") + L"}", L"Value does not fit the item's type",
-         62},
-        {head + node(L"double", L",\"value\":1e999") + L"}", L"Value does not fit the item's type",
-         60},
-        {head + node(L"double", L",\"value\":\"nan\"") + L"}",
-         L"Value does not fit the item's type", 60},
-        {head + node(L"bool", L",\"value\":1") + L"}", L"Value does not fit the item's type", 58},
-        {head + node(L"voidPtr", L",\"value\":\"0x\"") + L"}",
-         L"Value does not fit the item's type", 61},
-        {head + node(L"voidPtr", L",\"value\":\"0x00000000000000001\"") + L"}",
-         L"Value does not fit the item's type", 61},
-        {head + node(L"CKrStringW", L",\"value\":null") + L"}",
-         L"Value does not fit the item's type", 64},
-        {head + node(L"CKrByteArray", L",\"value\":\"AA=\"") + L"}",
-         L"Value does not fit the item's type", 66},
-        {head + node(L"CKrByteArray", L",\"value\":\"A A=\"") + L"}",
-         L"Value does not fit the item's type", 66},
-        {head + node(L"double", L",\"value\":{}") + L"}",
-         L"Expected a number, a string, true or false", 60},
-        {head + node(L"double", L",\"value\":1.") + L"}",
+        {doc(L"kr_int32", L""), L"Item of a scalar type without \"value\"", 24},
+        {doc(L"kr_int32", L",\"items\":[]"), L"Item of a scalar type with \"items\"", 24},
+        {doc(L"RKrX", L""), L"Item of a list type without \"items\"", 24},
+        {doc(L"RKrX", L",\"value\":1,\"items\":[]"), L"Item of a list type with a \"value\"", 58},
+        {doc(L"unknown", L",\"value\":1"), L"Item of type \"unknown\" with a value", 24},
+        {doc(L"kr_int32", L",\"value\":1,\"value\":2"), L"Repeated member", 64},
+        {doc(L"kr_int32", L",\"size\":1"), L"Unknown member", 54},
+        {doc(L"", L",\"value\":1"), L"Malformed type name", 43},
+        {doc(L"kr\u00e9", L",\"value\":1"), L"Malformed type name", 43},
+        {doc(L"kr_int32", L",\"value\":2147483648"), kFit, 62},
+        {doc(L"kr_uint32", L",\"value\":-1"), kFit, 63},
+        {doc(L"kr_uint64", L",\"value\":18446744073709551616"), kFit, 63},
+        {doc(L"kr_int64", L",\"value\":1.0"), kFit, 62},
+        {doc(L"double", L",\"value\":1e999"), kFit, 60},
+        {doc(L"double", L",\"value\":\"nan\""), kFit, 60},
+        {doc(L"bool", L",\"value\":1"), kFit, 58},
+        {doc(L"voidPtr", L",\"value\":\"0x\""), kFit, 61},
+        {doc(L"voidPtr", L",\"value\":\"0x00000000000000001\""), kFit, 61},
+        {doc(L"CKrStringW", L",\"value\":null"), kFit, 64},
+        {doc(L"CKrByteArray", L",\"value\":\"AA=\""), kFit, 66},
+        {doc(L"CKrByteArray", L",\"value\":\"A A=\""), kFit, 66},
+        {doc(L"double", L",\"value\":{}"), L"Expected a number, a string, true or false", 60},
+        {doc(L"double", L",\"value\":1."),
          L"Number parse erorr: a number must follow decimal point!", 60},
-        {head + node(L"CKrStringW", L",\"value\":\"\\q\"") + L"}", L"Unrecognized escape sequence",
-         64},
-        {head + L"{\"name\":\"n\",\"type\":\"RKrX\",\"items\":[1]}}", L"Expected '{' for an item",
-         59},
-        {head + L"{\"name\":\"n\",\"type\":\"RKrX\",\"items\":[{}}", L"Item without \"name\"", 59},
-        {head + L"{\"name\":\"n\",\"type\":\"RKrX\",\"items\":{}}}", L"Expected '[' for the items",
-         58},
+        {doc(L"CKrStringW", L",\"value\":\"\\q\""), L"Unrecognized escape sequence", 64},
+        {head + list + L"[1]}}", L"Expected '{' for an item", 59},
+        {head + list + L"[{}}", L"Item without \"name\"", 59},
+        {head + list + L"{}}}", L"Expected '[' for the items", 58},
         {head + L"{\"name\" 1}}", L"Expected ':'", 32},
         {head + L"{name:1}}", L"Expected a member name", 25},
         {head + L"{\"name\":\"unterminated", L"Unballanced quotation marks", 32},
     };
+    // clang-format on
     for (BadDoc const &c : cases) {
         CKrVariant target(5, L"kept");
         CKrStringW error;

@@ -10,46 +10,39 @@
 
 #include "platform/KrPlatform.h"
 
-TEST(WChar2Char, MeasuresThenConvertsIncludingTerminator) {
-    const wchar_t text[] = L"a\u00e9\u4e2d";  // 1 + 2 + 3 bytes + terminator
-    EXPECT_EQ(KR_WChar2Char(text, -1, nullptr, 0, true), 7);
-    char buf[16];
-    std::memset(buf, 'x', sizeof buf);
-    ASSERT_EQ(KR_WChar2Char(text, -1, buf, sizeof buf, true), 7);
-    EXPECT_STREQ(buf, "a\xC3\xA9\xE4\xB8\xAD");
-}
+using namespace std::string_literals;
 
-TEST(WChar2Char, ExplicitLengthConvertsExactlyThoseUnits) {
-    char buf[8];
-    std::memset(buf, 'x', sizeof buf);
-    EXPECT_EQ(KR_WChar2Char(L"abcdef", 3, buf, sizeof buf, true), 3);
-    EXPECT_EQ(std::string(buf, 4), "abcx");
-}
-
-TEST(WChar2Char, TooSmallBufferAndBadArgumentsFail) {
-    char buf[3];
-    EXPECT_EQ(KR_WChar2Char(L"abc", -1, buf, 3, true), 0);  // needs 4
-    EXPECT_EQ(KR_WChar2Char(nullptr, -1, buf, 3, true), 0);
-    EXPECT_EQ(KR_WChar2Char(L"abc", -2, buf, 3, true), 0);
-}
-
-TEST(WChar2Char, SurrogatesCombineOrBecomeReplacement) {
-    const wchar_t pair[] = {0xD83D, 0xDE00, 0};
-    char buf[16];
-    ASSERT_EQ(KR_WChar2Char(pair, -1, buf, sizeof buf, true), 5);
-    EXPECT_STREQ(buf, "\xF0\x9F\x98\x80");
-    const wchar_t lone[] = {0xDE00, L'a', 0xD800, 0};
-    ASSERT_EQ(KR_WChar2Char(lone, -1, buf, sizeof buf, true), 8);
-    EXPECT_STREQ(buf,
-                 "\xEF\xBF\xBD"
-                 "a"
-                 "\xEF\xBF\xBD");
-}
-
-TEST(WChar2Char, EightBitModeReplacesUnitsAbove255) {
-    char buf[8];
-    ASSERT_EQ(KR_WChar2Char(L"\u00e9\u4e2dz", -1, buf, sizeof buf, false), 4);
-    EXPECT_STREQ(buf, "\xE9?z");
+// Each row: the text and length given, the conversion mode, the buffer size offered (0: no
+// buffer, measure only), the result, and the bytes expected at the start of a buffer filled with
+// 'x' beforehand (terminator included where one is written).
+TEST(WChar2Char, BufferContractSurrogatesAndEightBitMode) {
+    const wchar_t pair[] = {0xD83D, 0xDE00, 0}, lone[] = {0xDE00, L'a', 0xD800, 0};
+    const struct {
+        const wchar_t *text;
+        int length;
+        bool utf8;
+        size_t bufSize;
+        int result;
+        std::string bytes;
+    } cases[] = {
+        {L"a\u00e9\u4e2d", -1, true, 0, 7, ""},  // 1 + 2 + 3 bytes + terminator
+        {L"a\u00e9\u4e2d", -1, true, 16, 7, "a\xC3\xA9\xE4\xB8\xAD\0"s},
+        {L"abcdef", 3, true, 8, 3, "abcx"},  // exactly those units, no terminator
+        {L"abc", -1, true, 3, 0, ""},        // needs 4
+        {nullptr, -1, true, 3, 0, ""},
+        {L"abc", -2, true, 3, 0, ""},
+        {pair, -1, true, 16, 5, "\xF0\x9F\x98\x80\0"s},
+        {lone, -1, true, 16, 8, "\xEF\xBF\xBD\x61\xEF\xBF\xBD\0"s},  // U+FFFD a U+FFFD
+        {L"\u00e9\u4e2dz", -1, false, 8, 4, "\xE9?z\0"s},            // above 255: '?'
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(&c - cases);
+        char buf[16];
+        std::memset(buf, 'x', sizeof buf);
+        EXPECT_EQ(KR_WChar2Char(c.text, c.length, c.bufSize ? buf : nullptr, c.bufSize, c.utf8),
+                  c.result);
+        EXPECT_EQ(std::string(buf, c.bytes.size()), c.bytes);
+    }
 }
 
 TEST(LocaleShims, ClassicLocaleCopiesBytesAndUnitsOneForOne) {
