@@ -130,13 +130,20 @@ TEST(Event, StateWithoutWaiters) {
         int manual, initial;
         const char *ops, *waits;
     } cases[] = {
-        // clang-format off
-        {0, 1, "", "0T"}, {1, 1, "", "n-0"}, {0, 0, "s", "0T"}, {0, 0, "s", "tT"},
-        {0, 0, "ss", "0T"}, {1, 0, "s", "0t0"}, {1, 0, "sr", "T"}, {0, 0, "sp", "T"},
+        {0, 1, "", "0T"},
+        {1, 1, "", "n-0"},
+        {0, 0, "s", "0T"},
+        {0, 0, "s", "tT"},
+        {0, 0, "ss", "0T"},
+        {1, 0, "s", "0t0"},
+        {1, 0, "sr", "T"},
+        {0, 0, "sp", "T"},
         // The waiter does not clear the valid flag; a plain signal does.
-        {1, 0, "sp", "T"}, {0, 0, "i", "7T"}, {1, 0, "i", "77"}, {0, 0, "is", "nT"},
+        {1, 0, "sp", "T"},
+        {0, 0, "i", "7T"},
+        {1, 0, "i", "77"},
+        {0, 0, "is", "nT"},
         {2, 0, "s", "000"},  // waits consume the state only when the flag is 0
-        // clang-format on
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.manual << c.initial << " " << c.ops);

@@ -117,21 +117,31 @@ TEST(JsonRead, MalformedObjectsFailWithTheirMessageAndKeepTheTarget) {
                        kNext = L"Expected ',' or '}' while parsing Object!",
                        kEscape = L"Unrecognized escape sequence",
                        kAfter = L"Unexpected text after the end of Object!";
-    // clang-format off
     BadCase const cases[] = {
-        {L"", kBrace}, {L"  [1]", kBrace}, {L"{", kName}, {L"{}", kName}, {L" { \r\n} ", kName},
-        {L"{\"a\":1,}", kName}, {L"{a:1}", kName}, {L"{\"a\" 1}", kColon}, {L"{\"a\"", kColon},
-        {L"{\"a\":}", kValue}, {L"{\"a\":nul}", kValue}, {L"{\"a\":1 \"b\":2}", kNext},
-        {L"{\"a\":1", kNext}, {L"{\"a\" : \"x\\q\"}", kEscape}, {L"{\"a\\q\" : 1}", kEscape},
+        {L"", kBrace},
+        {L"  [1]", kBrace},
+        {L"{", kName},
+        {L"{}", kName},
+        {L" { \r\n} ", kName},
+        {L"{\"a\":1,}", kName},
+        {L"{a:1}", kName},
+        {L"{\"a\" 1}", kColon},
+        {L"{\"a\"", kColon},
+        {L"{\"a\":}", kValue},
+        {L"{\"a\":nul}", kValue},
+        {L"{\"a\":1 \"b\":2}", kNext},
+        {L"{\"a\":1", kNext},
+        {L"{\"a\" : \"x\\q\"}", kEscape},
+        {L"{\"a\\q\" : 1}", kEscape},
         {L"{\"a\" : \"x}", L"Unballanced quotation marks"},
         {L"{\"a\" : 1.}", L"Number parse erorr: a number must follow decimal point!"},
         {L"{\"a\" : 1e+}", L"Number parse error: a number must follow exponent sign!"},
         {L"{\"a\" : {\"b\":{}", L"Unballanced braces while parsing Object"},
         {L"{\"a\" : [1}", L"Unballanced brackets while parsing Array"},
-        {L"{\"a\":1} x", kAfter}, {L"{\"a\":1}{}", kAfter},
+        {L"{\"a\":1} x", kAfter},
+        {L"{\"a\":1}{}", kAfter},
         {L"{\"a\":1,\"a\":2}", L"Duplicate member name while parsing Object!"},
     };
-    // clang-format on
     for (auto const &c : cases) {
         CKrJsonObject target(L"keep", CKrJsonValue(1));
         CKrStringW err;
@@ -145,15 +155,18 @@ TEST(JsonRead, MalformedObjectsFailWithTheirMessageAndKeepTheTarget) {
 TEST(JsonRead, MalformedArraysFailWithTheirMessage) {
     std::wstring const kValue = L"Expected value while parsing Array!",
                        kNext = L"Expected ',' or ']' while parsing Array!";
-    // clang-format off
     BadCase const cases[] = {
-        {L"{}", L"Expected '[' while parsing Array!"}, {L"[", kValue}, {L"[]", kValue},
-        {L"[ \t]", kValue}, {L"[1,]", kValue}, {L"[,1]", kValue}, {L"[1 2]", kNext},
+        {L"{}", L"Expected '[' while parsing Array!"},
+        {L"[", kValue},
+        {L"[]", kValue},
+        {L"[ \t]", kValue},
+        {L"[1,]", kValue},
+        {L"[,1]", kValue},
+        {L"[1 2]", kNext},
         {L"[1}", kNext},
         {L"[\"\\x\"]", L"Unrecognized escape sequence"},
         {L"[1] ]", L"Unexpected text after the end of Array!"},
     };
-    // clang-format on
     for (auto const &c : cases) {
         CKrJsonArray target;
         target.addItem(CKrJsonValue(5));

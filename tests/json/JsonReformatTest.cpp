@@ -26,13 +26,14 @@ TEST(JsonReformat, OutputIsStrictJson) {
     struct Case {
         std::wstring in, out;
     } const cases[] = {
-        // clang-format off
-        {L"NULL", L"null"}, {L"[TRUE,False]", L"[\r\ntrue,\r\nfalse\r\n]"},
-        {L"-007.50E+01", L"-7.50E+01"}, {L"000", L"0"}, {L"-0", L"-0"},
+        {L"NULL", L"null"},
+        {L"[TRUE,False]", L"[\r\ntrue,\r\nfalse\r\n]"},
+        {L"-007.50E+01", L"-7.50E+01"},
+        {L"000", L"0"},
+        {L"-0", L"-0"},
         {L"\"tab\there\x01\"", L"\"tab\\u0009here\\u0001\""},
         {L"\"\\u00e9\\n\"", L"\"\\u00e9\\n\""},  // valid escapes stay as written
         {L"\t\r\n [true, -0.0, \"\\/\"]\n", L"[\r\ntrue,\r\n-0.0,\r\n\"\\/\"\r\n]"},
-        // clang-format on
     };
     for (auto const &c : cases) EXPECT_EQ(reformat(c.in, 0), c.out) << c.in;
 }
@@ -45,20 +46,25 @@ TEST(JsonReformat, FailuresGiveEmptyTextAndAMessage) {
     struct Case {
         std::wstring in, error;
     } const cases[] = {
-        // clang-format off
-        {L"", kValue}, {L"   ", kValue}, {L"nope", kValue}, {L"1 2", kAfter},
+        {L"", kValue},
+        {L"   ", kValue},
+        {L"nope", kValue},
+        {L"1 2", kAfter},
         {L"{\"a\":1}}", kAfter},
         {L"{\"a\":{\"b\" 1}}", L"Expected ':' while parsing Object!"},  // checked at every level
-        {L"[[1,]]", kArrayValue}, {L"{\"a\":[{\"q\":1,}]}", kName},
+        {L"[[1,]]", kArrayValue},
+        {L"{\"a\":[{\"q\":1,}]}", kName},
         {L"{\"a\":[1}", L"Expected ',' or ']' while parsing Array!"},
         {L"[{\"a\":1]", L"Expected ',' or '}' while parsing Object!"},
         {L"[{\"a\":1,\"b\":2,\"a\":3}]", L"Duplicate member name while parsing Object!"},
         {L"[\"\\z\"]", L"Unrecognized escape sequence"},
         {L"[1.]", L"Number parse erorr: a number must follow decimal point!"},
-        {L"[\"open", L"Unballanced quotation marks"}, {L"[", kArrayValue},
+        {L"[\"open", L"Unballanced quotation marks"},
+        {L"[", kArrayValue},
         // No empty containers, at any depth.
-        {L"{ }", kName}, {L"[1,[2,{}]]", kName}, {L"{\"a\":[ ]}", kArrayValue},
-        // clang-format on
+        {L"{ }", kName},
+        {L"[1,[2,{}]]", kName},
+        {L"{\"a\":[ ]}", kArrayValue},
     };
     for (auto const &c : cases) {
         std::wstring err;

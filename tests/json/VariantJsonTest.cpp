@@ -37,30 +37,33 @@ CKrVariant everyRunType() {
     unsigned char const bytes[] = {0, 1, 0xFE, 0xFF};
     std::wstring const lone{L'x', wchar_t(0xD800), L'y'};
     std::wstring const pair{wchar_t(0xD83D), wchar_t(0xDE00)};
-    // clang-format off
-    return record("CKrListVariant", L"root", {
-        named(CKrVariant(std::numeric_limits<int>::min()), L"i32"),
-        named(CKrVariant(std::numeric_limits<unsigned int>::max()), L"u32"),
-        named(CKrVariant(std::numeric_limits<kr_int64>::min()), L"i64"),
-        named(CKrVariant(std::numeric_limits<kr_uint64>::max()), L"u64"),
-        named(CKrVariant(0.1), L"d"), named(CKrVariant(-0.0), L"negzero"),
-        named(CKrVariant(5e-324), L"tiny"),
-        named(CKrVariant(std::numeric_limits<double>::infinity()), L"inf"),
-        named(CKrVariant(-std::numeric_limits<double>::infinity()), L"minf"),
-        named(CKrVariant(std::numeric_limits<double>::quiet_NaN()), L"nan"),
-        named(CKrVariant(true), L"t"), named(CKrVariant(false), L"f"),
-        named(CKrVariant(reinterpret_cast<void *>(uintptr_t(0xDEADBEEF))), L"p"),
-        named(CKrVariant(CKrStringW(L"quote\" back\\ tab\t nl\n ctl\x01 \u00e9" + pair)), L"s"),
-        named(CKrVariant(CKrStringW(lone)), lone),  // lone surrogates in name and value
-        named(CKrVariant(CKrStringW(L"")), L"empty"),
-        named(CKrVariant(CKrByteArray(bytes, sizeof bytes, 16)), L"bytes"),
-        named(CKrVariant(CKrByteArray()), L"nobytes"), named(CKrVariant(), L"null"),
-        named(CKrVariant(1), L""),     // empty name
-        named(CKrVariant(2), L"a b"),  // not a valid variant name: kept as it is
-        named(CKrVariant(3), L"dup"), named(CKrVariant(4), L"dup"),
-        record("RKrStage", L"stage", {named(CKrVariant(kr_int64(-5)), L"x")}),
-        record("CKrListVariant", L"emptylist", {})});
-    // clang-format on
+    return record(
+        "CKrListVariant", L"root",
+        {named(CKrVariant(std::numeric_limits<int>::min()), L"i32"),
+         named(CKrVariant(std::numeric_limits<unsigned int>::max()), L"u32"),
+         named(CKrVariant(std::numeric_limits<kr_int64>::min()), L"i64"),
+         named(CKrVariant(std::numeric_limits<kr_uint64>::max()), L"u64"),
+         named(CKrVariant(0.1), L"d"),
+         named(CKrVariant(-0.0), L"negzero"),
+         named(CKrVariant(5e-324), L"tiny"),
+         named(CKrVariant(std::numeric_limits<double>::infinity()), L"inf"),
+         named(CKrVariant(-std::numeric_limits<double>::infinity()), L"minf"),
+         named(CKrVariant(std::numeric_limits<double>::quiet_NaN()), L"nan"),
+         named(CKrVariant(true), L"t"),
+         named(CKrVariant(false), L"f"),
+         named(CKrVariant(reinterpret_cast<void *>(uintptr_t(0xDEADBEEF))), L"p"),
+         named(CKrVariant(CKrStringW(L"quote\" back\\ tab\t nl\n ctl\x01 \u00e9" + pair)), L"s"),
+         named(CKrVariant(CKrStringW(lone)), lone),  // lone surrogates in name and value
+         named(CKrVariant(CKrStringW(L"")), L"empty"),
+         named(CKrVariant(CKrByteArray(bytes, sizeof bytes, 16)), L"bytes"),
+         named(CKrVariant(CKrByteArray()), L"nobytes"),
+         named(CKrVariant(), L"null"),
+         named(CKrVariant(1), L""),     // empty name
+         named(CKrVariant(2), L"a b"),  // not a valid variant name: kept as it is
+         named(CKrVariant(3), L"dup"),
+         named(CKrVariant(4), L"dup"),
+         record("RKrStage", L"stage", {named(CKrVariant(kr_int64(-5)), L"x")}),
+         record("CKrListVariant", L"emptylist", {})});
 }
 
 struct BadDoc {
@@ -144,7 +147,6 @@ TEST(VariantJson, MalformedDocumentsAreRefusedWithMessageAndOffset) {
     };
     std::wstring const kFit = L"Value does not fit the item's type";
     std::wstring const list = L"{\"name\":\"n\",\"type\":\"RKrX\",\"items\":";
-    // clang-format off
     BadDoc const cases[] = {
         {L"", L"Expected '{' at the start of the document", 0},
         {L"[]", L"Expected '{' at the start of the document", 0},
@@ -190,7 +192,6 @@ TEST(VariantJson, MalformedDocumentsAreRefusedWithMessageAndOffset) {
         {head + L"{name:1}}", L"Expected a member name", 25},
         {head + L"{\"name\":\"unterminated", L"Unballanced quotation marks", 32},
     };
-    // clang-format on
     for (BadDoc const &c : cases) {
         CKrVariant target(5, L"kept");
         CKrStringW error;

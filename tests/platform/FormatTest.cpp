@@ -118,12 +118,26 @@ TEST(Format, OtherLocalesUseTheirOwnConversion) {
 // used to send the wide formatter into doubling its buffer up to gigabytes.
 TEST(Format, BadFormatsFailAtOnce) {
     auto const began = std::chrono::steady_clock::now();
-    // clang-format off
-    const wchar_t *const wide[] = {
-        L"100%", L"%", L"%-", L"%5", L"%.", L"%l", L"%I64", L"%y", L"%n", L"%1$d", L"%2147483648d",
-        L"%.2147483648f", L"%99999999999999999999d", L"%hhs", L"%lls", L"%Ld", L"%jc", L"%zf",
-        L"%lp", L"%\u0164"};
-    // clang-format on
+    const wchar_t *const wide[] = {L"100%",
+                                   L"%",
+                                   L"%-",
+                                   L"%5",
+                                   L"%.",
+                                   L"%l",
+                                   L"%I64",
+                                   L"%y",
+                                   L"%n",
+                                   L"%1$d",
+                                   L"%2147483648d",
+                                   L"%.2147483648f",
+                                   L"%99999999999999999999d",
+                                   L"%hhs",
+                                   L"%lls",
+                                   L"%Ld",
+                                   L"%jc",
+                                   L"%zf",
+                                   L"%lp",
+                                   L"%\u0164"};
     for (const wchar_t *format : wide) {
         int sink = 0;
         EXPECT_EQ(wfmt(format, 1, &sink), kFailW) << testing::PrintToString(std::wstring(format));

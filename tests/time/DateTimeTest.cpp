@@ -270,14 +270,18 @@ TEST(DateTimeWeeks, WeekNumbersAtYearEnds) {
     struct {
         int d, m, y, monday, sunday;
     } cases[] = {
-        // clang-format off
         // Thursday: first week; Friday: still the previous year's week; Sunday; Monday.
-        {1, 1, 2015, 1, 1}, {1, 1, 2016, 0, 0}, {3, 1, 2016, 0, 1}, {4, 1, 2016, 1, 1},
+        {1, 1, 2015, 1, 1},
+        {1, 1, 2016, 0, 0},
+        {3, 1, 2016, 0, 1},
+        {4, 1, 2016, 1, 1},
         // Monday (ISO would say week 1 of 2019); Thursday; Wednesday.
-        {31, 12, 2018, 53, 53}, {31, 12, 2020, 53, 53}, {1, 1, 2020, 1, 1},
+        {31, 12, 2018, 53, 53},
+        {31, 12, 2020, 53, 53},
+        {1, 1, 2020, 1, 1},
         // Own path: a Sunday; a Wednesday (and 1 January 1969 too).
-        {1, 1, 2040, 0, 1}, {31, 12, 1969, 53, 53},
-        // clang-format on
+        {1, 1, 2040, 0, 1},
+        {31, 12, 1969, 53, 53},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.d << "." << c.m << "." << c.y);

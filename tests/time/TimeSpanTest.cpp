@@ -17,15 +17,22 @@ TEST(TimeSpan, FactoriesAndMixedUnitConstructor) {
         TS span;
         long long ms;
     } cases[] = {
-        // clang-format off
-        {TS::Millisecond(), 1}, {TS::Milliseconds(-7), -7}, {TS::Second(), 1000},
-        {TS::Seconds(90), 90000}, {TS::Minute(), 60000}, {TS::Minutes(-2), -120000},
-        {TS::Hour(), 3600000}, {TS::Hours(25), 90000000}, {TS::Day(), 86400000},
-        {TS::Days(-3), -259200000}, {TS::Week(), 604800000}, {TS::Weeks(2), 1209600000},
+        {TS::Millisecond(), 1},
+        {TS::Milliseconds(-7), -7},
+        {TS::Second(), 1000},
+        {TS::Seconds(90), 90000},
+        {TS::Minute(), 60000},
+        {TS::Minutes(-2), -120000},
+        {TS::Hour(), 3600000},
+        {TS::Hours(25), 90000000},
+        {TS::Day(), 86400000},
+        {TS::Days(-3), -259200000},
+        {TS::Week(), 604800000},
+        {TS::Weeks(2), 1209600000},
         // Units are not limited to their range and may be mixed in sign.
-        {TS(1, -30, 0, 0), 1800000}, {TS(0, 0, 61, 1500), 62500},
+        {TS(1, -30, 0, 0), 1800000},
+        {TS(0, 0, 61, 1500), 62500},
         {TS(0, 0, 0, LLONG_MIN), LLONG_MIN},
-        // clang-format on
     };
     for (const auto &c : cases) EXPECT_EQ(c.span.GetValue(), c.ms);
 }
@@ -86,16 +93,18 @@ TEST(TimeSpan, FormatFieldsAreTotals) {
         TS span;
         const wchar_t *format, *expected;
     } cases[] = {
-        // clang-format off
-        {TS(1, 1, 0, 0), L"%H:%M:%S", L"01:61:3660"}, {TS::Hours(36), L"%D days", L"1 days"},
-        {TS::Days(15), L"%E week(s), %D days", L"2 week(s), 15 days"}, {TS(5LL), L"%l", L"005"},
+        {TS(1, 1, 0, 0), L"%H:%M:%S", L"01:61:3660"},
+        {TS::Hours(36), L"%D days", L"1 days"},
+        {TS::Days(15), L"%E week(s), %D days", L"2 week(s), 15 days"},
+        {TS(5LL), L"%l", L"005"},
         {TS(4294967296LL), L"%l", L"000"},  // low 32 bits
-        {TS(-5LL), L"%l", L"-05"}, {TS::Seconds(7), L"%S.%l", L"07.7000"},
-        {TS::Minutes(-5), L"%M", L"-5"}, {TS(0LL), L"100%%", L"100%"},
+        {TS(-5LL), L"%l", L"-05"},
+        {TS::Seconds(7), L"%S.%l", L"07.7000"},
+        {TS::Minutes(-5), L"%M", L"-5"},
+        {TS(0LL), L"100%%", L"100%"},
         {TS(0LL), L"plain text", L"plain text"},
         {TS::Hours(2), L"%H%", L"02"},                 // a trailing '%' ends the walk
         {TS::Seconds((1LL << 32) + 3), L"%S", L"03"},  // seconds print as 32-bit numbers
-        // clang-format on
     };
     for (const auto &c : cases) {
         DiagCapture diag;

@@ -115,13 +115,18 @@ TEST(UnitLookup, ComposedNames) {
         int type, unit;
         const wchar_t *text;
     } cases[] = {
-        // clang-format off
-        {false, 2, 3, L"mm\u00b2"}, {true, 2, 3, L"Millimeters\u00b2"}, {false, 1, 40, L"??"},
-        {false, 3, 2, L"\u00b5m\u00b3"}, {true, 3, 99, L"Unknown\u00b3"}, {false, -7, 20, L""},
-        {true, 11, 316, L"Micrometers/Seconds"}, {false, 11, 416, L"mm/s"},
-        {false, 11, 114, L"px/h"}, {false, 11, INT_MIN, L"?\?/?\?"}, {true, 6, 17, L"Milliseconds"},
+        {false, 2, 3, L"mm\u00b2"},
+        {true, 2, 3, L"Millimeters\u00b2"},
+        {false, 1, 40, L"??"},
+        {false, 3, 2, L"\u00b5m\u00b3"},
+        {true, 3, 99, L"Unknown\u00b3"},
+        {false, -7, 20, L""},
+        {true, 11, 316, L"Micrometers/Seconds"},
+        {false, 11, 416, L"mm/s"},
+        {false, 11, 114, L"px/h"},
+        {false, 11, INT_MIN, L"?\?/?\?"},
+        {true, 6, 17, L"Milliseconds"},
         {true, 11, 2524, L"Degrees Fahrenheit/Degrees Fahre"},  // cut to 32 characters
-        // clang-format on
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.isLong << " " << c.type << "/" << c.unit);
