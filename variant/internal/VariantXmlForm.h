@@ -38,6 +38,9 @@ void AppendElementW(std::wstring &out, CKrVariant const &v, bool indent);
 // A surrogate pair becomes one four-byte sequence; a surrogate without its partner cannot be
 // carried by UTF-8 and is written as U+FFFD.
 void AppendElementUtf8(std::string &out, CKrVariant const &v);
+// The plain reference form of AppendElementUtf8 (the generic element walk over a UTF-8 sink):
+// same output, kept so that a fuzz target can compare the two.
+void AppendElementUtf8Ref(std::string &out, CKrVariant const &v);
 
 // ---- reader support --------------------------------------------------------------------------
 // Replaces the value of `v` by an empty value of `sample`'s run type (a record brings copies of
