@@ -5,6 +5,8 @@
 #include <bit>
 #include <climits>
 #include <cstring>
+#include <mutex>
+#include <string>
 
 #include "platform/KrPlatform.h"
 #include "serializerxml/CKrXMLAPI.h"
@@ -48,6 +50,87 @@ void XMLCALL onStart(void *user, XML_Char const *name, XML_Char const **atts) {
     CKrXMLAPI::StartElement(s, base, s->attrs.data());
 }
 
+// KR_wcsicmp(name, word) == 0 for a lower-case ASCII `word`, on expat's units: the rule of the
+// public callback's attribute test (ASCII folded here, any other unit defers to KR_wcsicmp).
+bool attributeIs(XML_Char const *name, wchar_t const *word, std::wstring &scratch) {
+    for (size_t i = 0;; ++i) {
+        kr_uint32 c = name[i];
+        if (c >= 0x80) {
+            scratch.clear();
+            for (XML_Char const *p = name; *p; ++p) scratch.push_back(static_cast<wchar_t>(*p));
+            return KR_wcsicmp(scratch.c_str(), word) == 0;
+        }
+        if (c >= 'A' && c <= 'Z') c += 'a' - 'A';
+        if (c != static_cast<kr_uint32>(word[i])) return false;
+        if (c == 0) return true;
+    }
+}
+
+// Widens expat's units into `out`; true when the text holds "&" or U+DB80 (the units that the
+// decoding of string values could change).
+bool widenInto(std::wstring &out, XML_Char const *text) {
+    size_t n = 0;
+    while (text[n]) ++n;
+    out.resize(n);
+    wchar_t *dst = out.data();
+    bool decode = false;
+    for (size_t i = 0; i < n; ++i) {
+        XML_Char c = text[i];
+        decode |= c == u'&' || c == 0xDB80;
+        dst[i] = static_cast<wchar_t>(c);
+    }
+    return decode;
+}
+
+// The element callback of the fast path: CKrXMLAPI::StartElement's rule for the elements below
+// the target (the root and the target itself take the public callback), reading expat's units
+// where they stand, widening only the element name and the value, and taking the list lock
+// once per element.
+void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts) {
+    auto *s = static_cast<SxReadState *>(user);
+    if (s->state != 0) return;
+    if (s->depth < 1 || s->stack.empty()) return onStart(user, name, atts);
+    XML_Char const *runType = nullptr;
+    XML_Char const *value = nullptr;
+    for (XML_Char const **a = atts; a[0] && a[1]; a += 2) {
+        if (!runType && attributeIs(a[0], L"runtype", s->scratch))
+            runType = a[1];
+        else if (!value && attributeIs(a[0], L"value", s->scratch))
+            value = a[1];
+    }
+    CKrVariant const *sample = s->SampleFor16(runType);
+    widenInto(s->name, name);
+    CKrVariant *item = nullptr;
+    kr_int32 mark = 0;
+    {
+        std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
+        SxReadState::Entry const &top = s->stack.back();
+        CKrVariant &parent = *top.item;
+        if (IsPlainList(parent)) {
+            if (top.mark != 0) item = FindChildLocked(parent, s->name.data(), s->name.size());
+            if (!item) item = &AppendChild(parent, s->name.c_str(), sample);
+            mark = CountLocked(*item);
+        } else {
+            // A record keeps its members; anything else has none to reuse.
+            if (CountLocked(parent) >= 0)
+                item = FindChildLocked(parent, s->name.data(), s->name.size());
+            if (item) {
+                mark = CountLocked(*item);
+            } else {
+                item = NewNode(s->name.c_str(), sample);
+                mark = SxReadState::kScratch;
+            }
+        }
+    }
+    if (value) {
+        // A string value is decoded when the decoding could change it.
+        if (widenInto(s->value, value) && HoldsStringW(*item)) RevalidateAttValue(s->value);
+        SetValueText(*item, s->value.c_str());
+    }
+    s->stack.push_back({item, mark});
+    ++s->depth;
+}
+
 void XMLCALL onEnd(void *user, XML_Char const *) {
     auto *s = static_cast<SxReadState *>(user);
     if (s->state != 0) return;
@@ -58,7 +141,7 @@ XML_Parser makeParser(XML_Char const *encoding, SxReadState &state) {
     XML_Parser parser = XML_ParserCreate(encoding);
     if (!parser) return nullptr;
     XML_SetUserData(parser, &state);
-    XML_SetElementHandler(parser, &onStart, &onEnd);
+    XML_SetElementHandler(parser, state.reference ? &onStart : &onStartFast, &onEnd);
     // Nothing outside the text is ever read: no external entity handler is installed, and
     // parameter entities (the external DTD subset) stay off.
     XML_SetParamEntityParsing(parser, XML_PARAM_ENTITY_PARSING_NEVER);
@@ -94,6 +177,30 @@ CKrVariant const *SxReadState::SampleFor(wchar_t const *runType) {
             return r.sample;
     CKrVariant const *sample = lookUpSample(runType);
     if (recent.size() < kRecentKept) recent.push_back({std::wstring(runType, length), sample});
+    return sample;
+}
+
+CKrVariant const *SxReadState::SampleFor16(unsigned short const *runType) {
+    if (!runType) {
+        if (!noRunTypeKnown) {
+            noRunType = SampleFor(L"");
+            noRunTypeKnown = true;
+        }
+        return noRunType;
+    }
+    for (Recent16 const &r : recent16) {
+        size_t i = 0;
+        while (i < r.runType.size() && r.runType[i] == runType[i]) ++i;
+        if (i == r.runType.size() && runType[i] == 0) return r.sample;
+    }
+    scratch.clear();
+    for (unsigned short const *p = runType; *p; ++p) scratch.push_back(static_cast<wchar_t>(*p));
+    CKrVariant const *sample = SampleFor(scratch.c_str());
+    if (recent16.size() < kRecentKept) {
+        std::u16string key;
+        for (unsigned short const *p = runType; *p; ++p) key.push_back(static_cast<char16_t>(*p));
+        recent16.push_back({std::move(key), sample});
+    }
     return sample;
 }
 
@@ -134,7 +241,7 @@ bool looksLikeUtf16(char const *text, size_t length) {
 
 }  // namespace
 
-int SxReadUtf8(CKrVariant &target, char const *text, size_t length) {
+int SxReadUtf8(CKrVariant &target, char const *text, size_t length, bool reference) {
     if (!text && length) {
         KR_ASSERTW(text != nullptr, KR_SERIALIZERXML_SOURCE,
                    L"Error: VariantFromXML_UTF8(), no text!");
@@ -147,6 +254,7 @@ int SxReadUtf8(CKrVariant &target, char const *text, size_t length) {
     if (text && looksLikeUtf16(text, length)) return -9;
     static constexpr XML_Char kUtf8[] = {'U', 'T', 'F', '-', '8', 0};
     SxReadState state(target);
+    state.reference = reference;
     XML_Parser parser = makeParser(kUtf8, state);
     if (!parser) return -3;
     constexpr size_t kPiece = size_t(1) << 30;  // XML_Parse takes an int length
@@ -161,7 +269,7 @@ int SxReadUtf8(CKrVariant &target, char const *text, size_t length) {
     return finish(parser, state, ok);
 }
 
-int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length) {
+int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length, bool reference) {
     if (!text && length) {
         KR_ASSERTW(text != nullptr, KR_SERIALIZERXML_SOURCE, L"Error: VariantFromXML(), no text!");
         return -4;
@@ -170,6 +278,7 @@ int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length) {
     static constexpr XML_Char kLE[] = {'U', 'T', 'F', '-', '1', '6', 'L', 'E', 0};
     static constexpr XML_Char kBE[] = {'U', 'T', 'F', '-', '1', '6', 'B', 'E', 0};
     SxReadState state(target);
+    state.reference = reference;
     XML_Parser parser = makeParser(std::endian::native == std::endian::little ? kLE : kBE, state);
     if (!parser) return -3;
     // The whole text goes to expat in one buffer: fed in pieces, an attribute value that spans

@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cstring>
+#include <cwchar>
 #include <mutex>
 #include <vector>
 
@@ -614,6 +615,22 @@ void SetValueText(CKrVariant &v, wchar_t const *text) {
 bool HoldsStringW(CKrVariant const &v) {
     CKrVariantData const *data = CKrVariantAccess::DataOf(v);
     return data && data->GetKind() == CKrVariantData::krDATA_STRINGW;
+}
+
+CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t length) {
+    CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
+    if (!list) return nullptr;
+    for (CKrVariant *child : CKrVariantAccess::ItemsOf(list->GetList())) {
+        if (!child) continue;
+        std::wstring const &n = child->GetName().GetStdString();
+        if (n.size() == length && std::wmemcmp(n.data(), name, length) == 0) return child;
+    }
+    return nullptr;
+}
+
+int CountLocked(CKrVariant const &v) {
+    CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
+    return list ? static_cast<int>(CKrVariantAccess::ItemsOf(list->GetList()).size()) : -1;
 }
 
 bool IsPlainList(CKrVariant const &v) {

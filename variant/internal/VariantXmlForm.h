@@ -59,6 +59,11 @@ void SetValueText(CKrVariant &v, wchar_t const *text);
 bool HoldsStringW(CKrVariant const &v);
 // True when `v` holds a list whose run type is the plain list type.
 bool IsPlainList(CKrVariant const &v);
+// With the list lock held by the caller (so that a reader takes it once per element):
+// SearchFixedOneLevel of `length` units for a list `v` (first child of exactly that name, null
+// children skipped; null when none or `v` is no list, without a report), and GetCount.
+CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t length);
+int CountLocked(CKrVariant const &v);
 
 }  // namespace orvik::detail
 
