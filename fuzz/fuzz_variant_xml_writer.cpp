@@ -30,6 +30,34 @@ std::wstring text(FuzzInput &in) {
     return s;
 }
 
+// Doubles near the edges of the writer's shortcut for short decimals: digit counts around 15,
+// exponents around -5 and 15, subnormals, zeros, and decimals scaled by powers of ten.
+double decimal(FuzzInput &in) {
+    static constexpr double kEdges[] = {5e-324,
+                                        2.2250738585072014e-308,
+                                        2.225073858507201e-308,
+                                        1e15,
+                                        1e14,
+                                        999999999999999.0,
+                                        9999999999999998.0,
+                                        1e-4,
+                                        1e-5,
+                                        0.00012345,
+                                        123456789012345.0,
+                                        1234567890123456.0,
+                                        -0.0,
+                                        0.1,
+                                        1.0 / 3,
+                                        1.7976931348623157e308};
+    uint8_t k = in.byte();
+    if (k < 64) return kEdges[k % (sizeof kEdges / sizeof kEdges[0])] * (k & 16 ? -1 : 1);
+    double mantissa = static_cast<double>(
+        static_cast<kr_int64>(kr_uint64(in.u16()) << 32 | kr_uint64(in.u16()) << 16 | in.u16()));
+    double scale = 1;
+    for (int e = in.byte() % 24; e > 0; --e) scale *= 10;
+    return k & 1 ? mantissa / scale : mantissa * scale;
+}
+
 void registerRecords() {
     static bool const done = [] {
         CKrVariant a(CKrListVariant(), L"RKrFuzzWriter");
@@ -58,7 +86,8 @@ CKrVariant leaf(FuzzInput &in) {
             return CKrVariant(d);
         }
         case 5:
-            return CKrVariant(in.byte() % 2 == 0);
+            if (in.byte() % 2) return CKrVariant(in.byte() % 2 == 0);
+            return CKrVariant(decimal(in));
         case 6:
             return CKrVariant(reinterpret_cast<void *>(uintptr_t(in.u16()) << 20));
         case 7: {

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstring>
 #include <cwchar>
+#include <limits>
 #include <mutex>
 #include <vector>
 
@@ -263,6 +264,54 @@ CKrVariantData *emptyValueOf(CKrVariant const *sample) {
     return fresh;
 }
 
+// "%.15g" of `x` (what std::to_chars with the general format and precision 15 writes) into at
+// least 64 bytes at `p`; returns the end.  A normal double whose shortest round-trip digits
+// number at most 15 is that decimal (15 digits always round-trip, and the 15-digit grid is
+// coarser than the double's spacing), so "%.15g" shows exactly those digits, laid out by %g's
+// rule: scientific when the exponent is below -4 or from 15 up, else fixed, no trailing zeros.
+// The shortest digits cost a fraction of a correctly rounded 15-digit conversion.  Subnormals,
+// zeros, infinities, NaN and longer digit strings take the full conversion.
+char *formatG15(char *p, double x) {
+    double const magnitude = x < 0 ? -x : x;
+    if (magnitude >= std::numeric_limits<double>::min() &&
+        magnitude <= std::numeric_limits<double>::max()) {
+        char buf[40];
+        char *end = std::to_chars(buf, buf + sizeof buf, x, std::chars_format::scientific).ptr;
+        char const *q = buf;
+        bool const negative = *q == '-';
+        if (negative) ++q;
+        char digits[24];
+        size_t n = 0;
+        for (; q < end && *q != 'e'; ++q)
+            if (*q != '.') digits[n++] = *q;
+        if (n <= 15 && q < end) {
+            int exponent = 0;
+            std::from_chars(q + (q[1] == '+' ? 2 : 1), end, exponent);
+            if (exponent < -4 || exponent >= 15) {
+                std::memcpy(p, buf, static_cast<size_t>(end - buf));
+                return p + (end - buf);
+            }
+            if (negative) *p++ = '-';
+            if (exponent < 0) {
+                *p++ = '0';
+                *p++ = '.';
+                for (int i = -1; i > exponent; --i) *p++ = '0';
+                std::memcpy(p, digits, n);
+                return p + n;
+            }
+            size_t const whole = static_cast<size_t>(exponent) + 1;
+            for (size_t i = 0; i < whole; ++i) *p++ = i < n ? digits[i] : '0';
+            if (n > whole) {
+                *p++ = '.';
+                std::memcpy(p, digits + whole, n - whole);
+                p += n - whole;
+            }
+            return p;
+        }
+    }
+    return std::to_chars(p, p + 64, x, std::chars_format::general, 15).ptr;
+}
+
 // The UTF-8 writer of large trees: the same output as emit() over a Utf8Sink (the reference,
 // kept beside it and compared with it by a fuzz target), written through a raw pointer into
 // room made ahead, with the leaf prefix of each run type (' runtype="double" value="')
@@ -449,9 +498,7 @@ private:
             }
             case K::krDATA_DOUBLE:
                 room(64);
-                m_p = std::to_chars(m_p, m_p + 64, *static_cast<double const *>(v),
-                                    std::chars_format::general, 15)
-                          .ptr;
+                m_p = formatG15(m_p, *static_cast<double const *>(v));
                 return;
             case K::krDATA_INT32:
                 return decimal(*static_cast<kr_int32 const *>(v));
