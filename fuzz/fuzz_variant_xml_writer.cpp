@@ -75,7 +75,7 @@ CKrVariant leaf(FuzzInput &in) {
         case 1:
             return CKrVariant(static_cast<unsigned>(in.u16() | in.u16() << 16));
         case 2:
-            return CKrVariant(static_cast<kr_int64>(kr_uint64(in.u16()) << 48 | in.u16()) * -7);
+            return CKrVariant(static_cast<kr_int64>((kr_uint64(in.u16()) << 48 | in.u16()) * 7));
         case 3:
             return CKrVariant(kr_uint64(in.u16()) << 48 | kr_uint64(in.u16()) << 16 | in.u16());
         case 4: {

@@ -93,9 +93,14 @@ void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts
     XML_Char const *runType = nullptr;
     XML_Char const *value = nullptr;
     for (XML_Char const **a = atts; a[0] && a[1]; a += 2) {
-        if (!runType && attributeIs(a[0], L"runtype", s->scratch))
+        // Only a name that starts with r, v (either case) or a non-ASCII unit can match.
+        XML_Char const first = a[0][0];
+        bool const wide = first >= 0x80;
+        if (!runType && (wide || (first | 0x20) == 'r') &&
+            attributeIs(a[0], L"runtype", s->scratch))
             runType = a[1];
-        else if (!value && attributeIs(a[0], L"value", s->scratch))
+        else if (!value && (wide || (first | 0x20) == 'v') &&
+                 attributeIs(a[0], L"value", s->scratch))
             value = a[1];
     }
     CKrVariant const *sample = s->SampleFor16(runType);
