@@ -66,20 +66,21 @@ bool attributeIs(XML_Char const *name, wchar_t const *word, std::wstring &scratc
     }
 }
 
-// Widens expat's units into `out`; true when the text holds "&" or U+DB80 (the units that the
-// decoding of string values could change).
-bool widenInto(std::wstring &out, XML_Char const *text) {
+// Widens expat's units into `buffer` with a terminating zero (grown as needed, never shrunk);
+// returns the length.  *decode: the text holds "&" or U+DB80 (units that the decoding of string
+// values could change).
+size_t widenInto(std::vector<wchar_t> &buffer, XML_Char const *text, bool *decode) {
+    bool found = false;
     size_t n = 0;
-    while (text[n]) ++n;
-    out.resize(n);
-    wchar_t *dst = out.data();
-    bool decode = false;
-    for (size_t i = 0; i < n; ++i) {
-        XML_Char c = text[i];
-        decode |= c == u'&' || c == 0xDB80;
-        dst[i] = static_cast<wchar_t>(c);
+    for (;; ++n) {
+        if (n >= buffer.size()) buffer.resize(2 * buffer.size() + 64);
+        XML_Char const c = text[n];
+        buffer[n] = static_cast<wchar_t>(c);
+        if (!c) break;
+        found |= c == u'&' || c == 0xDB80;
     }
-    return decode;
+    *decode = found;
+    return n;
 }
 
 // The element callback of the fast path: CKrXMLAPI::StartElement's rule for the elements below
@@ -104,7 +105,9 @@ void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts
             value = a[1];
     }
     CKrVariant const *sample = s->SampleFor16(runType);
-    widenInto(s->name, name);
+    bool decode = false;
+    size_t const nameLength = widenInto(s->nameText, name, &decode);
+    wchar_t const *const wideName = s->nameText.data();
     CKrVariant *item = nullptr;
     kr_int32 mark = 0;
     {
@@ -112,25 +115,29 @@ void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts
         SxReadState::Entry const &top = s->stack.back();
         CKrVariant &parent = *top.item;
         if (IsPlainList(parent)) {
-            if (top.mark != 0) item = FindChildLocked(parent, s->name.data(), s->name.size());
-            if (!item) item = &AppendChild(parent, s->name.c_str(), sample);
+            if (top.mark != 0) item = FindChildLocked(parent, wideName, nameLength);
+            if (!item) item = &AppendChild(parent, wideName, sample);
             mark = CountLocked(*item);
         } else {
             // A record keeps its members; anything else has none to reuse.
-            if (CountLocked(parent) >= 0)
-                item = FindChildLocked(parent, s->name.data(), s->name.size());
+            if (CountLocked(parent) >= 0) item = FindChildLocked(parent, wideName, nameLength);
             if (item) {
                 mark = CountLocked(*item);
             } else {
-                item = NewNode(s->name.c_str(), sample);
+                item = NewNode(wideName, sample);
                 mark = SxReadState::kScratch;
             }
         }
     }
     if (value) {
-        // A string value is decoded when the decoding could change it.
-        if (widenInto(s->value, value) && HoldsStringW(*item)) RevalidateAttValue(s->value);
-        SetValueText(*item, s->value.c_str());
+        size_t const length = widenInto(s->valueText, value, &decode);
+        if (decode && HoldsStringW(*item)) {  // decoded only when that could change it
+            s->value.assign(s->valueText.data(), length);
+            RevalidateAttValue(s->value);
+            SetValueText(*item, s->value.c_str());
+        } else {
+            SetValueText(*item, s->valueText.data());
+        }
     }
     s->stack.push_back({item, mark});
     ++s->depth;

@@ -3,9 +3,9 @@
 #include "variant/internal/VariantXmlForm.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <cwchar>
-#include <limits>
 #include <mutex>
 #include <vector>
 
@@ -265,48 +265,57 @@ CKrVariantData *emptyValueOf(CKrVariant const *sample) {
 }
 
 // "%.15g" of `x` (what std::to_chars with the general format and precision 15 writes) into at
-// least 64 bytes at `p`; returns the end.  A normal double whose shortest round-trip digits
-// number at most 15 is that decimal (15 digits always round-trip, and the 15-digit grid is
-// coarser than the double's spacing), so "%.15g" shows exactly those digits, laid out by %g's
-// rule: scientific when the exponent is below -4 or from 15 up, else fixed, no trailing zeros.
-// The shortest digits cost a fraction of a correctly rounded 15-digit conversion.  Subnormals,
-// zeros, infinities, NaN and longer digit strings take the full conversion.
+// least 64 bytes at `p`; returns the end.  Settings hold mostly short decimals: when some m with
+// |m| < 10^15 and k <= 8 gives m / 10^k == x exactly (the division is correctly rounded, so the
+// decimal m * 10^-k rounds to x), that decimal is the 15-digit value nearest to x (x is normal
+// and 15 digits are coarser than its spacing), and "%.15g" shows its digits by %g's rule:
+// scientific when the exponent is below -4, else fixed, no trailing zeros.  Anything else takes
+// the full conversion.
 char *formatG15(char *p, double x) {
-    double const magnitude = x < 0 ? -x : x;
-    if (magnitude >= std::numeric_limits<double>::min() &&
-        magnitude <= std::numeric_limits<double>::max()) {
-        char buf[40];
-        char *end = std::to_chars(buf, buf + sizeof buf, x, std::chars_format::scientific).ptr;
-        char const *q = buf;
-        bool const negative = *q == '-';
-        if (negative) ++q;
-        char digits[24];
-        size_t n = 0;
-        for (; q < end && *q != 'e'; ++q)
-            if (*q != '.') digits[n++] = *q;
-        if (n <= 15 && q < end) {
-            int exponent = 0;
-            std::from_chars(q + (q[1] == '+' ? 2 : 1), end, exponent);
-            if (exponent < -4 || exponent >= 15) {
-                std::memcpy(p, buf, static_cast<size_t>(end - buf));
-                return p + (end - buf);
+    static constexpr double kPowers[] = {1, 10, 100, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+    if (x != 0 && std::isfinite(x)) {
+        for (size_t k = 0; k < sizeof kPowers / sizeof kPowers[0]; ++k) {
+            double const m = std::round(x * kPowers[k]);
+            if (!(m > -1e15 && m < 1e15)) break;
+            if (m / kPowers[k] != x) continue;
+            char digits[24];
+            auto const whole = static_cast<long long>(m < 0 ? -m : m);
+            size_t n = static_cast<size_t>(
+                std::to_chars(digits, digits + sizeof digits, whole).ptr - digits);
+            size_t places = k;
+            while (places > 0 && digits[n - 1] == '0') --n, --places;  // no trailing zeros
+            int const exponent = static_cast<int>(n) - 1 - static_cast<int>(places);
+            if (m < 0) *p++ = '-';
+            if (exponent < -4) {
+                *p++ = digits[0];
+                if (n > 1) {
+                    *p++ = '.';
+                    std::memcpy(p, digits + 1, n - 1);
+                    p += n - 1;
+                }
+                *p++ = 'e';
+                *p++ = '-';
+                int const e = -exponent;  // 5..23: always two digits
+                *p++ = static_cast<char>('0' + e / 10);
+                *p++ = static_cast<char>('0' + e % 10);
+                return p;
             }
-            if (negative) *p++ = '-';
-            if (exponent < 0) {
-                *p++ = '0';
-                *p++ = '.';
-                for (int i = -1; i > exponent; --i) *p++ = '0';
+            if (places == 0) {
                 std::memcpy(p, digits, n);
                 return p + n;
             }
-            size_t const whole = static_cast<size_t>(exponent) + 1;
-            for (size_t i = 0; i < whole; ++i) *p++ = i < n ? digits[i] : '0';
-            if (n > whole) {
+            if (n > places) {
+                std::memcpy(p, digits, n - places);
+                p += n - places;
                 *p++ = '.';
-                std::memcpy(p, digits + whole, n - whole);
-                p += n - whole;
+                std::memcpy(p, digits + n - places, places);
+                return p + places;
             }
-            return p;
+            *p++ = '0';
+            *p++ = '.';
+            for (size_t i = n; i < places; ++i) *p++ = '0';
+            std::memcpy(p, digits, n);
+            return p + n;
         }
     }
     return std::to_chars(p, p + 64, x, std::chars_format::general, 15).ptr;

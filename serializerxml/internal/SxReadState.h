@@ -72,6 +72,8 @@ struct SxReadState {
     CKrVariant const *noRunType = nullptr;
     bool noRunTypeKnown = false;
     std::wstring scratch;  // widened text for the fast element callback
+    std::vector<wchar_t> nameText;
+    std::vector<wchar_t> valueText;
 };
 
 // Parses `length` UTF-16 units (one per wchar_t) or UTF-8 bytes into `target`: the readers
