@@ -70,16 +70,18 @@ bool attributeIs(XML_Char const *name, wchar_t const *word, std::wstring &scratc
 // returns the length.  *decode: the text holds "&" or U+DB80 (units that the decoding of string
 // values could change).
 size_t widenInto(std::vector<wchar_t> &buffer, XML_Char const *text, bool *decode) {
-    bool found = false;
     size_t n = 0;
-    for (;; ++n) {
-        if (n >= buffer.size()) buffer.resize(2 * buffer.size() + 64);
-        XML_Char const c = text[n];
-        buffer[n] = static_cast<wchar_t>(c);
-        if (!c) break;
-        found |= c == u'&' || c == 0xDB80;
+    while (text[n]) ++n;
+    if (buffer.size() <= n) buffer.resize(2 * n + 64);
+    wchar_t *const dst = buffer.data();
+    unsigned found = 0;
+    for (size_t i = 0; i < n; ++i) {
+        unsigned const c = text[i];
+        found |= static_cast<unsigned>(c == u'&') | static_cast<unsigned>(c == 0xDB80);
+        dst[i] = static_cast<wchar_t>(c);
     }
-    *decode = found;
+    dst[n] = 0;
+    *decode = found != 0;
     return n;
 }
 
