@@ -5,6 +5,8 @@
 #include <bit>
 #include <climits>
 #include <cstring>
+#include <mutex>
+#include <string>
 
 #include "platform/KrPlatform.h"
 #include "serializerxml/CKrXMLAPI.h"
@@ -48,6 +50,101 @@ void XMLCALL onStart(void *user, XML_Char const *name, XML_Char const **atts) {
     CKrXMLAPI::StartElement(s, base, s->attrs.data());
 }
 
+// KR_wcsicmp(name, word) == 0 for a lower-case ASCII `word`, on expat's units: the rule of the
+// public callback's attribute test (ASCII folded here, any other unit defers to KR_wcsicmp).
+bool attributeIs(XML_Char const *name, wchar_t const *word, std::wstring &scratch) {
+    for (size_t i = 0;; ++i) {
+        kr_uint32 c = name[i];
+        if (c >= 0x80) {
+            scratch.clear();
+            for (XML_Char const *p = name; *p; ++p) scratch.push_back(static_cast<wchar_t>(*p));
+            return KR_wcsicmp(scratch.c_str(), word) == 0;
+        }
+        if (c >= 'A' && c <= 'Z') c += 'a' - 'A';
+        if (c != static_cast<kr_uint32>(word[i])) return false;
+        if (c == 0) return true;
+    }
+}
+
+// Widens expat's units into `buffer` with a terminating zero (grown as needed, never shrunk);
+// returns the length.  *decode: the text holds "&" or U+DB80 (units that the decoding of string
+// values could change).
+size_t widenInto(std::vector<wchar_t> &buffer, XML_Char const *text, bool *decode) {
+    size_t n = 0;
+    while (text[n]) ++n;
+    if (buffer.size() <= n) buffer.resize(2 * n + 64);
+    wchar_t *const dst = buffer.data();
+    unsigned found = 0;
+    for (size_t i = 0; i < n; ++i) {
+        unsigned const c = text[i];
+        found |= static_cast<unsigned>(c == u'&') | static_cast<unsigned>(c == 0xDB80);
+        dst[i] = static_cast<wchar_t>(c);
+    }
+    dst[n] = 0;
+    *decode = found != 0;
+    return n;
+}
+
+// The element callback of the fast path: CKrXMLAPI::StartElement's rule for the elements below
+// the target (the root and the target itself take the public callback), reading expat's units
+// where they stand, widening only the element name and the value, and taking the list lock
+// once per element.
+void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts) {
+    auto *s = static_cast<SxReadState *>(user);
+    if (s->state != 0) return;
+    if (s->depth < 1 || s->stack.empty()) return onStart(user, name, atts);
+    XML_Char const *runType = nullptr;
+    XML_Char const *value = nullptr;
+    for (XML_Char const **a = atts; a[0] && a[1]; a += 2) {
+        // Only a name that starts with r, v (either case) or a non-ASCII unit can match.
+        XML_Char const first = a[0][0];
+        bool const wide = first >= 0x80;
+        if (!runType && (wide || (first | 0x20) == 'r') &&
+            attributeIs(a[0], L"runtype", s->scratch))
+            runType = a[1];
+        else if (!value && (wide || (first | 0x20) == 'v') &&
+                 attributeIs(a[0], L"value", s->scratch))
+            value = a[1];
+    }
+    CKrVariant const *sample = s->SampleFor16(runType);
+    bool decode = false;
+    size_t const nameLength = widenInto(s->nameText, name, &decode);
+    wchar_t const *const wideName = s->nameText.data();
+    CKrVariant *item = nullptr;
+    kr_int32 mark = 0;
+    {
+        std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
+        SxReadState::Entry const &top = s->stack.back();
+        CKrVariant &parent = *top.item;
+        if (IsPlainList(parent)) {
+            if (top.mark != 0) item = FindChildLocked(parent, wideName, nameLength);
+            if (!item) item = &AppendChild(parent, wideName, sample);
+            mark = CountLocked(*item);
+        } else {
+            // A record keeps its members; anything else has none to reuse.
+            if (CountLocked(parent) >= 0) item = FindChildLocked(parent, wideName, nameLength);
+            if (item) {
+                mark = CountLocked(*item);
+            } else {
+                item = NewNode(wideName, sample);
+                mark = SxReadState::kScratch;
+            }
+        }
+    }
+    if (value) {
+        size_t const length = widenInto(s->valueText, value, &decode);
+        if (decode && HoldsStringW(*item)) {  // decoded only when that could change it
+            s->value.assign(s->valueText.data(), length);
+            RevalidateAttValue(s->value);
+            SetValueText(*item, s->value.c_str());
+        } else {
+            SetValueText(*item, s->valueText.data());
+        }
+    }
+    s->stack.push_back({item, mark});
+    ++s->depth;
+}
+
 void XMLCALL onEnd(void *user, XML_Char const *) {
     auto *s = static_cast<SxReadState *>(user);
     if (s->state != 0) return;
@@ -58,7 +155,7 @@ XML_Parser makeParser(XML_Char const *encoding, SxReadState &state) {
     XML_Parser parser = XML_ParserCreate(encoding);
     if (!parser) return nullptr;
     XML_SetUserData(parser, &state);
-    XML_SetElementHandler(parser, &onStart, &onEnd);
+    XML_SetElementHandler(parser, state.reference ? &onStart : &onStartFast, &onEnd);
     // Nothing outside the text is ever read: no external entity handler is installed, and
     // parameter entities (the external DTD subset) stay off.
     XML_SetParamEntityParsing(parser, XML_PARAM_ENTITY_PARSING_NEVER);
@@ -94,6 +191,30 @@ CKrVariant const *SxReadState::SampleFor(wchar_t const *runType) {
             return r.sample;
     CKrVariant const *sample = lookUpSample(runType);
     if (recent.size() < kRecentKept) recent.push_back({std::wstring(runType, length), sample});
+    return sample;
+}
+
+CKrVariant const *SxReadState::SampleFor16(unsigned short const *runType) {
+    if (!runType) {
+        if (!noRunTypeKnown) {
+            noRunType = SampleFor(L"");
+            noRunTypeKnown = true;
+        }
+        return noRunType;
+    }
+    for (Recent16 const &r : recent16) {
+        size_t i = 0;
+        while (i < r.runType.size() && r.runType[i] == runType[i]) ++i;
+        if (i == r.runType.size() && runType[i] == 0) return r.sample;
+    }
+    scratch.clear();
+    for (unsigned short const *p = runType; *p; ++p) scratch.push_back(static_cast<wchar_t>(*p));
+    CKrVariant const *sample = SampleFor(scratch.c_str());
+    if (recent16.size() < kRecentKept) {
+        std::u16string key;
+        for (unsigned short const *p = runType; *p; ++p) key.push_back(static_cast<char16_t>(*p));
+        recent16.push_back({std::move(key), sample});
+    }
     return sample;
 }
 
@@ -134,7 +255,7 @@ bool looksLikeUtf16(char const *text, size_t length) {
 
 }  // namespace
 
-int SxReadUtf8(CKrVariant &target, char const *text, size_t length) {
+int SxReadUtf8(CKrVariant &target, char const *text, size_t length, bool reference) {
     if (!text && length) {
         KR_ASSERTW(text != nullptr, KR_SERIALIZERXML_SOURCE,
                    L"Error: VariantFromXML_UTF8(), no text!");
@@ -147,6 +268,7 @@ int SxReadUtf8(CKrVariant &target, char const *text, size_t length) {
     if (text && looksLikeUtf16(text, length)) return -9;
     static constexpr XML_Char kUtf8[] = {'U', 'T', 'F', '-', '8', 0};
     SxReadState state(target);
+    state.reference = reference;
     XML_Parser parser = makeParser(kUtf8, state);
     if (!parser) return -3;
     constexpr size_t kPiece = size_t(1) << 30;  // XML_Parse takes an int length
@@ -161,7 +283,7 @@ int SxReadUtf8(CKrVariant &target, char const *text, size_t length) {
     return finish(parser, state, ok);
 }
 
-int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length) {
+int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length, bool reference) {
     if (!text && length) {
         KR_ASSERTW(text != nullptr, KR_SERIALIZERXML_SOURCE, L"Error: VariantFromXML(), no text!");
         return -4;
@@ -170,6 +292,7 @@ int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length) {
     static constexpr XML_Char kLE[] = {'U', 'T', 'F', '-', '1', '6', 'L', 'E', 0};
     static constexpr XML_Char kBE[] = {'U', 'T', 'F', '-', '1', '6', 'B', 'E', 0};
     SxReadState state(target);
+    state.reference = reference;
     XML_Parser parser = makeParser(std::endian::native == std::endian::little ? kLE : kBE, state);
     if (!parser) return -3;
     // The whole text goes to expat in one buffer: fed in pieces, an attribute value that spans

@@ -8,6 +8,7 @@
 
 #include "platform/KrPlatform.h"
 #include "types/Base64Coder.h"
+#include "variant/internal/VariantPool.h"
 #include "variant/internal/VariantTree.h"
 
 namespace {
@@ -172,6 +173,11 @@ CKrVariant::CKrVariant(CKrVariant &&other) noexcept
       m_name(std::move(other.m_name)),
       m_enabledTypeChange(other.m_enabledTypeChange) {
     other.m_pData = nullptr;
+}
+
+void *CKrVariant::operator new(std::size_t size) { return orvik::detail::PoolAllocate(size); }
+void CKrVariant::operator delete(void *p, std::size_t size) noexcept {
+    orvik::detail::PoolRelease(p, size);
 }
 
 CKrVariant::~CKrVariant() {

@@ -12,6 +12,7 @@
 #include "platform/KrPlatform.h"
 #include "types/Base64Coder.h"
 #include "variant/CKrVariant.h"
+#include "variant/internal/VariantPool.h"
 #include "variant/internal/VariantText.h"
 #include "variant/internal/VariantTree.h"
 #include "variant/internal/VariantValueScan.h"
@@ -19,6 +20,11 @@
 // ---- base ------------------------------------------------------------------------------------
 
 CKrVariantData::~CKrVariantData() = default;
+
+void *CKrVariantData::operator new(std::size_t size) { return orvik::detail::PoolAllocate(size); }
+void CKrVariantData::operator delete(void *p, std::size_t size) noexcept {
+    orvik::detail::PoolRelease(p, size);
+}
 
 int CKrVariantData::SetRunType(CKrVariantRunType const &arg) {
     if (arg != GetRunType())

@@ -3,6 +3,9 @@
 #include "variant/internal/VariantXmlForm.h"
 
 #include <charconv>
+#include <cmath>
+#include <cstring>
+#include <cwchar>
 #include <mutex>
 #include <vector>
 
@@ -261,6 +264,312 @@ CKrVariantData *emptyValueOf(CKrVariant const *sample) {
     return fresh;
 }
 
+// "%.15g" of `x` (what std::to_chars with the general format and precision 15 writes) into at
+// least 64 bytes at `p`; returns the end.  Settings hold mostly short decimals: when some m with
+// |m| < 10^15 and k <= 8 gives m / 10^k == x exactly (the division is correctly rounded, so the
+// decimal m * 10^-k rounds to x), that decimal is the 15-digit value nearest to x (x is normal
+// and 15 digits are coarser than its spacing), and "%.15g" shows its digits by %g's rule:
+// scientific when the exponent is below -4, else fixed, no trailing zeros.  Anything else takes
+// the full conversion.
+char *formatG15(char *p, double x) {
+    static constexpr double kPowers[] = {1, 10, 100, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+    if (x != 0 && std::isfinite(x)) {
+        for (size_t k = 0; k < sizeof kPowers / sizeof kPowers[0]; ++k) {
+            double const m = std::round(x * kPowers[k]);
+            if (!(m > -1e15 && m < 1e15)) break;
+            if (m / kPowers[k] != x) continue;
+            char digits[24];
+            auto const whole = static_cast<long long>(m < 0 ? -m : m);
+            size_t n = static_cast<size_t>(
+                std::to_chars(digits, digits + sizeof digits, whole).ptr - digits);
+            size_t places = k;
+            while (places > 0 && digits[n - 1] == '0') --n, --places;  // no trailing zeros
+            int const exponent = static_cast<int>(n) - 1 - static_cast<int>(places);
+            if (m < 0) *p++ = '-';
+            if (exponent < -4) {
+                *p++ = digits[0];
+                if (n > 1) {
+                    *p++ = '.';
+                    std::memcpy(p, digits + 1, n - 1);
+                    p += n - 1;
+                }
+                *p++ = 'e';
+                *p++ = '-';
+                int const e = -exponent;  // 5..23: always two digits
+                *p++ = static_cast<char>('0' + e / 10);
+                *p++ = static_cast<char>('0' + e % 10);
+                return p;
+            }
+            if (places == 0) {
+                std::memcpy(p, digits, n);
+                return p + n;
+            }
+            if (n > places) {
+                std::memcpy(p, digits, n - places);
+                p += n - places;
+                *p++ = '.';
+                std::memcpy(p, digits + n - places, places);
+                return p + places;
+            }
+            *p++ = '0';
+            *p++ = '.';
+            for (size_t i = n; i < places; ++i) *p++ = '0';
+            std::memcpy(p, digits, n);
+            return p + n;
+        }
+    }
+    return std::to_chars(p, p + 64, x, std::chars_format::general, 15).ptr;
+}
+
+// The UTF-8 writer of large trees: the same output as emit() over a Utf8Sink (the reference,
+// kept beside it and compared with it by a fuzz target), written through a raw pointer into
+// room made ahead, with the leaf prefix of each run type (' runtype="double" value="')
+// encoded once per writing and integers formatted straight into the output.
+class FastUtf8Writer {
+public:
+    FastUtf8Writer(std::string &out, size_t estimate) : m_out(out), m_start(out.size()) {
+        out.resize(m_start + estimate + 64);
+        m_p = out.data() + m_start;
+        m_end = out.data() + out.size();
+    }
+    ~FastUtf8Writer() { m_out.resize(static_cast<size_t>(m_p - m_out.data())); }
+    FastUtf8Writer(FastUtf8Writer const &) = delete;
+    FastUtf8Writer &operator=(FastUtf8Writer const &) = delete;
+
+    void element(CKrVariant const &root) {
+        struct Entry {
+            CKrVariant const *node;
+            bool close;
+        };
+        std::vector<Entry> stack{{&root, false}};
+        while (!stack.empty()) {
+            Entry e = stack.back();
+            stack.pop_back();
+            std::wstring const &name = e.node->GetName().GetStdString();
+            if (e.close) {
+                room(name.size() * 3 + 3);
+                *m_p++ = '<';
+                *m_p++ = '/';
+                units(name.data(), name.size());
+                *m_p++ = '>';
+                continue;
+            }
+            room(name.size() * 3 + 1);
+            *m_p++ = '<';
+            units(name.data(), name.size());
+            CKrVariantData const *data = CKrVariantAccess::DataOf(*e.node);
+            if (CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(*e.node)) {
+                CKrStringA const &type = list->GetRunType().GetName();
+                literal(" runtype=\"", 10);
+                bytes(type.GetString(), type.GetLength());
+                literal("\">", 2);
+                stack.push_back({e.node, true});
+                CKrVariantAccess::Items const &items = CKrVariantAccess::ItemsOf(list->GetList());
+                for (auto it = items.rbegin(); it != items.rend(); ++it)
+                    if (*it) stack.push_back({*it, false});
+                continue;
+            }
+            std::string const &prefix = leafPrefix(data);
+            literal(prefix.data(), prefix.size());
+            value(data);
+            literal("\"/>", 3);
+        }
+    }
+
+private:
+    // At least `n` free bytes at m_p.
+    void room(size_t n) {
+        if (static_cast<size_t>(m_end - m_p) >= n) return;
+        size_t const used = static_cast<size_t>(m_p - m_out.data());
+        size_t const size = m_out.size();
+        m_out.resize(size + (size > n ? size : n) + 64);
+        m_p = m_out.data() + used;
+        m_end = m_out.data() + m_out.size();
+    }
+    void literal(char const *text, size_t n) {
+        room(n);
+        std::memcpy(m_p, text, n);
+        m_p += n;
+    }
+    // UTF-16 units as UTF-8, as Utf8Sink::units does; room for 3 bytes per unit must be made.
+    void units(wchar_t const *p, size_t n) {
+        for (size_t i = 0; i < n; ++i) {
+            auto c = static_cast<kr_uint32>(p[i]);
+            if (c < 0x80) {
+                *m_p++ = static_cast<char>(c);
+                continue;
+            }
+            i = wide(p, n, i) - 1;
+        }
+    }
+    // Encodes the non-ASCII unit p[i] (with its partner when it starts a pair); returns the
+    // index after it.  At most 3 bytes per unit consumed.
+    size_t wide(wchar_t const *p, size_t n, size_t i) {
+        unsigned c = static_cast<unsigned>(p[i]) & 0xFFFF;
+        if (isHighSurrogate(static_cast<wchar_t>(c)) && i + 1 < n && isLowSurrogate(p[i + 1])) {
+            unsigned cp = 0x10000 + ((c - 0xD800) << 10) +
+                          ((static_cast<unsigned>(p[i + 1]) & 0xFFFF) - 0xDC00);
+            *m_p++ = static_cast<char>(0xF0 | (cp >> 18));
+            *m_p++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+            *m_p++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+            *m_p++ = static_cast<char>(0x80 | (cp & 0x3F));
+            return i + 2;
+        }
+        if (isHighSurrogate(static_cast<wchar_t>(c)) || isLowSurrogate(static_cast<wchar_t>(c)))
+            c = kReplacement;
+        if (c < 0x800) {
+            *m_p++ = static_cast<char>(0xC0 | (c >> 6));
+            *m_p++ = static_cast<char>(0x80 | (c & 0x3F));
+        } else {
+            *m_p++ = static_cast<char>(0xE0 | (c >> 12));
+            *m_p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            *m_p++ = static_cast<char>(0x80 | (c & 0x3F));
+        }
+        return i + 1;
+    }
+    // 8-bit text, one unit per byte (Utf8Sink::bytes).
+    void bytes(char const *p, size_t n) {
+        room(2 * n);
+        for (size_t i = 0; i < n; ++i) {
+            auto c = static_cast<unsigned char>(p[i]);
+            if (c < 0x80) {
+                *m_p++ = static_cast<char>(c);
+            } else {
+                *m_p++ = static_cast<char>(0xC0 | (c >> 6));
+                *m_p++ = static_cast<char>(0x80 | (c & 0x3F));
+            }
+        }
+    }
+    // The escaper's rule (escapeTo) with UTF-8 output: at most 8 bytes per unit.
+    void escaped(wchar_t const *p, size_t n) {
+        room(8 * n);
+        for (size_t i = 0; i < n; ++i) {
+            wchar_t c = p[i];
+            if (c >= 32 && c < 0x80 && c != L'<' && c != L'"' && c != L'&') {
+                *m_p++ = static_cast<char>(c);
+                continue;
+            }
+            char const *ref = nullptr;
+            switch (c) {
+                case L'<':
+                    ref = "&#x003C;";
+                    break;
+                case L'"':
+                    ref = "&#x0022;";
+                    break;
+                case L'\r':
+                    ref = "&#x000d;";
+                    break;
+                case L'\n':
+                    ref = "&#x000a;";
+                    break;
+                case L'&':
+                    if (i + 1 < n && p[i + 1] != L'#')
+                        ref = "&#x0026;";
+                    else
+                        *m_p++ = '&';  // "&#..." and a final "&" pass as they are
+                    break;
+                case L'\t':
+                    *m_p++ = '\t';
+                    break;
+                default:
+                    if (c < 32) {
+                        // The pair U+DB80, U+DC00 + c (the private-use character U+F0000 + c),
+                        // encoded as the reference encodes any pair it is handed.
+                        wchar_t pair[2] = {static_cast<wchar_t>(0xDB80),
+                                           static_cast<wchar_t>(0xDC00 + c)};
+                        units(pair, 2);
+                    } else {
+                        i = wide(p, n, i) - 1;
+                    }
+                    break;
+            }
+            if (ref) {
+                std::memcpy(m_p, ref, 8);
+                m_p += 8;
+            }
+        }
+    }
+    template <class T>
+    void decimal(T value) {
+        room(24);
+        m_p = std::to_chars(m_p, m_p + 24, value).ptr;
+    }
+    void value(CKrVariantData const *data) {
+        if (!data) return;
+        using K = CKrVariantData;
+        void *v = const_cast<K *>(data)->GetValuePtr();
+        switch (data->GetKind()) {
+            case K::krDATA_STRINGW: {
+                std::wstring const &s = static_cast<CKrStringW const *>(v)->GetStdString();
+                escaped(s.data(), s.size());
+                return;
+            }
+            case K::krDATA_DOUBLE:
+                room(64);
+                m_p = formatG15(m_p, *static_cast<double const *>(v));
+                return;
+            case K::krDATA_INT32:
+                return decimal(*static_cast<kr_int32 const *>(v));
+            case K::krDATA_UINT32:
+                return decimal(*static_cast<kr_uint32 const *>(v));
+            case K::krDATA_INT64:
+                return decimal(static_cast<long long>(*static_cast<kr_int64 const *>(v)));
+            case K::krDATA_UINT64:
+                return decimal(static_cast<unsigned long long>(*static_cast<kr_uint64 const *>(v)));
+            case K::krDATA_BOOL:
+                if (*static_cast<bool const *>(v))
+                    literal("true", 4);
+                else
+                    literal("false", 5);
+                return;
+            default:
+                break;
+        }
+        m_scratch.Empty();
+        data->GetString(m_scratch);
+        std::wstring const &s = m_scratch.GetStdString();
+        if (data->GetKind() == K::krDATA_BYTEARRAY) {
+            room(3 * s.size());
+            units(s.data(), s.size());  // Base64 needs no escaping
+        } else {
+            escaped(s.data(), s.size());
+        }
+    }
+    // ' runtype="<type>" value="' of a leaf, encoded once per run-type object met in this
+    // writing (run types of scalars are shared statics; the tree does not change meanwhile).
+    std::string const &leafPrefix(CKrVariantData const *data) {
+        CKrVariantRunType const *type =
+            data ? &data->GetRunType() : &CKrVariantRunType::GetUnknown();
+        for (Prefix const &k : m_prefixes)
+            if (k.type == type) return k.text;
+        std::string text = " runtype=\"";
+        Utf8Sink sink{text};
+        sink.bytes(type->GetName().GetString(), type->GetName().GetLength());
+        text += "\" value=\"";
+        if (m_prefixes.size() < kPrefixesKept) {
+            m_prefixes.push_back({type, std::move(text)});
+            return m_prefixes.back().text;
+        }
+        m_overflow = std::move(text);
+        return m_overflow;
+    }
+
+    struct Prefix {
+        CKrVariantRunType const *type;
+        std::string text;
+    };
+    static constexpr size_t kPrefixesKept = 16;
+
+    std::string &m_out;
+    size_t m_start;
+    char *m_p;
+    char *m_end;
+    CKrStringW m_scratch;
+    std::vector<Prefix> m_prefixes;
+    std::string m_overflow;
+};
+
 }  // namespace
 
 void AppendAttValueEscaped(std::wstring &out, wchar_t const *text, size_t length) {
@@ -321,11 +630,17 @@ void AppendElementW(std::wstring &out, CKrVariant const &v, bool indent) {
     emit(sink, v, indent);
 }
 
-void AppendElementUtf8(std::string &out, CKrVariant const &v) {
+void AppendElementUtf8Ref(std::string &out, CKrVariant const &v) {
     std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
     out.reserve(out.size() + estimateSize(v));
     Utf8Sink sink{out};
     emit(sink, v, false);
+}
+
+void AppendElementUtf8(std::string &out, CKrVariant const &v) {
+    std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
+    FastUtf8Writer writer(out, estimateSize(v));
+    writer.element(v);
 }
 
 void ResetToSample(CKrVariant &v, CKrVariant const *sample) {
@@ -356,6 +671,22 @@ void SetValueText(CKrVariant &v, wchar_t const *text) {
 bool HoldsStringW(CKrVariant const &v) {
     CKrVariantData const *data = CKrVariantAccess::DataOf(v);
     return data && data->GetKind() == CKrVariantData::krDATA_STRINGW;
+}
+
+CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t length) {
+    CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
+    if (!list) return nullptr;
+    for (CKrVariant *child : CKrVariantAccess::ItemsOf(list->GetList())) {
+        if (!child) continue;
+        std::wstring const &n = child->GetName().GetStdString();
+        if (n.size() == length && std::wmemcmp(n.data(), name, length) == 0) return child;
+    }
+    return nullptr;
+}
+
+int CountLocked(CKrVariant const &v) {
+    CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
+    return list ? static_cast<int>(CKrVariantAccess::ItemsOf(list->GetList()).size()) : -1;
 }
 
 bool IsPlainList(CKrVariant const &v) {

@@ -23,6 +23,7 @@
 #define ORVIK_VARIANT_CKRVARIANT_H
 
 #include <concepts>
+#include <cstddef>
 #include <functional>
 #include <initializer_list>
 #include <type_traits>
@@ -67,6 +68,13 @@ public:
     // Takes the value, the name and the flag; `other` is left Null with an empty name.
     CKrVariant(CKrVariant &&other) noexcept;
     ~CKrVariant();
+
+    // Nodes come from the library's pool of small objects (any thread may free what another
+    // made); placement new works as usual.
+    static void *operator new(std::size_t size);
+    static void operator delete(void *p, std::size_t size) noexcept;
+    static void *operator new(std::size_t, void *where) noexcept { return where; }
+    static void operator delete(void *, void *) noexcept {}
 
     // ---- type change ------------------------------------------------------------------------
     bool EnableTypeChange(bool enable);  // returns the previous setting

@@ -29,6 +29,8 @@
 #ifndef ORVIK_VARIANT_CKRVARIANTDATA_H
 #define ORVIK_VARIANT_CKRVARIANTDATA_H
 
+#include <cstddef>
+
 #include "platform/KrTypes.h"
 #include "strings/CKrStringW.h"
 #include "types/CKrByteArray.h"
@@ -53,6 +55,12 @@ public:
     };
 
     virtual ~CKrVariantData();
+    // Holders come from the library's pool of small objects (any thread may free what another
+    // made); the size a delete receives is that of the holder's own class.
+    static void *operator new(std::size_t size);
+    static void operator delete(void *p, std::size_t size) noexcept;
+    static void *operator new(std::size_t, void *where) noexcept { return where; }
+    static void operator delete(void *, void *) noexcept {}
     virtual bool GetString(CKrStringW &out) const = 0;
     virtual bool SetString(wchar_t const *text) = 0;  // null reads as the empty text
     virtual bool SetString(CKrStringW const &text) = 0;

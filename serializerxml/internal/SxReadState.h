@@ -43,6 +43,7 @@ struct SxReadState {
     CKrVariant *target;
     bool savedTypeChange = false;
     bool targetOpen = false;  // type change switched on and not yet restored
+    bool reference = false;   // read through the public callbacks only (see SxReadUtf8)
 
     // Scratch buffers reused for every element.
     std::wstring name;
@@ -59,12 +60,29 @@ struct SxReadState {
     };
     static constexpr size_t kRecentKept = 16;
     std::vector<Recent> recent;
+
+    // The same for run-type texts as expat hands them over (UTF-16 units), so that the element
+    // callback needs neither widening nor a length first; null: no "runtype" attribute.
+    CKrVariant const *SampleFor16(unsigned short const *runType);
+    struct Recent16 {
+        std::u16string runType;
+        CKrVariant const *sample;
+    };
+    std::vector<Recent16> recent16;
+    CKrVariant const *noRunType = nullptr;
+    bool noRunTypeKnown = false;
+    std::wstring scratch;  // widened text for the fast element callback
+    std::vector<wchar_t> nameText;
+    std::vector<wchar_t> valueText;
 };
 
 // Parses `length` UTF-16 units (one per wchar_t) or UTF-8 bytes into `target`: the readers
 // behind VariantFromXML and VariantFromXML_UTF8 (results as documented there).
-int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length);
-int SxReadUtf8(CKrVariant &target, char const *text, size_t length);
+// `reference` reads through the public element callbacks of CKrXMLAPI (every name and attribute
+// widened first) instead of the fast element callback; the results are the same, and a fuzz
+// target compares them.
+int SxReadWide(CKrVariant &target, wchar_t const *text, size_t length, bool reference = false);
+int SxReadUtf8(CKrVariant &target, char const *text, size_t length, bool reference = false);
 
 }  // namespace orvik::detail
 

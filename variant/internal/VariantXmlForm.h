@@ -38,6 +38,9 @@ void AppendElementW(std::wstring &out, CKrVariant const &v, bool indent);
 // A surrogate pair becomes one four-byte sequence; a surrogate without its partner cannot be
 // carried by UTF-8 and is written as U+FFFD.
 void AppendElementUtf8(std::string &out, CKrVariant const &v);
+// The plain reference form of AppendElementUtf8 (the generic element walk over a UTF-8 sink):
+// same output, kept so that a fuzz target can compare the two.
+void AppendElementUtf8Ref(std::string &out, CKrVariant const &v);
 
 // ---- reader support --------------------------------------------------------------------------
 // Replaces the value of `v` by an empty value of `sample`'s run type (a record brings copies of
@@ -56,6 +59,11 @@ void SetValueText(CKrVariant &v, wchar_t const *text);
 bool HoldsStringW(CKrVariant const &v);
 // True when `v` holds a list whose run type is the plain list type.
 bool IsPlainList(CKrVariant const &v);
+// With the list lock held by the caller (so that a reader takes it once per element):
+// SearchFixedOneLevel of `length` units for a list `v` (first child of exactly that name, null
+// children skipped; null when none or `v` is no list, without a report), and GetCount.
+CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t length);
+int CountLocked(CKrVariant const &v);
 
 }  // namespace orvik::detail
 

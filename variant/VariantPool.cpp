@@ -1,0 +1,196 @@
+// The size-class pool of variant nodes and value holders (see internal/VariantPool.h).
+#include "variant/internal/VariantPool.h"
+
+#include <mutex>
+#include <new>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define ORVIK_POOL_BYPASS 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ORVIK_POOL_BYPASS 1
+#endif
+#endif
+
+namespace orvik::detail {
+
+#if defined(ORVIK_POOL_BYPASS)
+
+void *PoolAllocate(size_t size) { return ::operator new(size); }
+void PoolRelease(void *p, size_t) noexcept { ::operator delete(p); }
+
+#else
+
+namespace {
+
+constexpr size_t kGrain = 16;                       // class c holds blocks of (c + 1) * kGrain
+constexpr size_t kClasses = kPoolLargest / kGrain;  // 8
+constexpr size_t kBatch = 128;                      // blocks traded with the shared list at once
+constexpr size_t kLocalLimit = 8 * kBatch;          // a thread keeps at most this many per class
+constexpr size_t kChunkBytes = size_t(1) << 18;     // 256 KiB per chunk
+
+struct Block {
+    Block *next;
+};
+
+// A chunk starts with this header (one grain, so the blocks behind it stay 16-aligned).
+struct alignas(16) Chunk {
+    Chunk *previous;
+};
+
+// What all threads share: free blocks per class and the chunks.  Made once and never destroyed,
+// so that objects freed by static destructors at exit still find it.
+struct Shared {
+    std::mutex lock;
+    Block *free[kClasses] = {};
+    Chunk *chunks = nullptr;  // every chunk ever made, newest first: keeps them reachable
+    char *bump = nullptr;     // the unused rest of the newest chunk
+    char *bumpEnd = nullptr;
+
+    // Up to `want` blocks of class `c` as a list; caller holds the lock.
+    Block *take(size_t c, size_t want, size_t *got) {
+        Block *head = free[c];
+        if (head) {
+            Block *last = head;
+            size_t n = 1;
+            while (n < want && last->next) {
+                last = last->next;
+                ++n;
+            }
+            free[c] = last->next;
+            last->next = nullptr;
+            *got = n;
+            return head;
+        }
+        size_t const size = (c + 1) * kGrain;
+        if (static_cast<size_t>(bumpEnd - bump) < size * want) {
+            auto *chunk = static_cast<Chunk *>(::operator new(kChunkBytes, std::align_val_t(16)));
+            chunk->previous = chunks;
+            chunks = chunk;
+            bump = reinterpret_cast<char *>(chunk) + sizeof(Chunk);
+            bumpEnd = reinterpret_cast<char *>(chunk) + kChunkBytes;
+        }
+        // Carved in address order and listed in the same order: a thread that builds a tree
+        // places consecutive nodes next to each other.
+        Block *first = reinterpret_cast<Block *>(bump);
+        Block *b = first;
+        for (size_t i = 1; i < want; ++i) {
+            Block *next = reinterpret_cast<Block *>(reinterpret_cast<char *>(b) + size);
+            b->next = next;
+            b = next;
+        }
+        b->next = nullptr;
+        bump += size * want;
+        *got = want;
+        return first;
+    }
+
+    // Prepends the list first..last; caller holds the lock.
+    void give(size_t c, Block *first, Block *last) {
+        last->next = free[c];
+        free[c] = first;
+    }
+};
+
+Shared &shared() {
+    static Shared *const s = new Shared;  // never destroyed (see above)
+    return *s;
+}
+
+// Per thread.  Trivially destructible and constant-initialised, so it stays usable while the
+// thread's other thread_local objects are being destroyed.
+struct Local {
+    Block *head[kClasses];
+    size_t count[kClasses];
+    bool registered;  // the flush below is armed
+    bool gone;        // the lists went back at thread end: release straight to the shared list
+};
+thread_local Local tLocal;
+
+// Gives a thread's lists back to the shared list when the thread ends.
+struct LocalFlush {
+    ~LocalFlush() {
+        Local &l = tLocal;
+        Shared &s = shared();
+        std::lock_guard<std::mutex> guard(s.lock);
+        for (size_t c = 0; c < kClasses; ++c) {
+            if (Block *first = l.head[c]) {
+                Block *last = first;
+                while (last->next) last = last->next;
+                s.give(c, first, last);
+            }
+            l.head[c] = nullptr;
+            l.count[c] = 0;
+        }
+        l.gone = true;
+    }
+};
+thread_local LocalFlush tFlush;
+
+// Arms the thread's flush; false when the thread is past it (its lists are gone).
+bool armed(Local &l) {
+    if (l.registered) return true;
+    if (l.gone) return false;
+    (void)&tFlush;  // constructs it, which registers its destructor for this thread
+    l.registered = true;
+    return true;
+}
+
+size_t classOf(size_t size) { return size == 0 ? 0 : (size - 1) / kGrain; }
+
+}  // namespace
+
+void *PoolAllocate(size_t size) {
+    if (size > kPoolLargest) return ::operator new(size);
+    size_t const c = classOf(size);
+    Local &l = tLocal;
+    if (Block *b = l.head[c]) {
+        l.head[c] = b->next;
+        --l.count[c];
+        return b;
+    }
+    Shared &s = shared();
+    std::lock_guard<std::mutex> guard(s.lock);
+    if (!armed(l)) {
+        size_t got = 0;
+        return s.take(c, 1, &got);
+    }
+    size_t got = 0;
+    Block *list = s.take(c, kBatch, &got);
+    l.head[c] = list->next;
+    l.count[c] = got - 1;
+    return list;
+}
+
+void PoolRelease(void *p, size_t size) noexcept {
+    if (!p) return;
+    if (size > kPoolLargest) {
+        ::operator delete(p);
+        return;
+    }
+    size_t const c = classOf(size);
+    auto *b = static_cast<Block *>(p);
+    Local &l = tLocal;
+    if (!armed(l)) {
+        Shared &s = shared();
+        std::lock_guard<std::mutex> guard(s.lock);
+        s.give(c, b, b);
+        return;
+    }
+    b->next = l.head[c];
+    l.head[c] = b;
+    if (++l.count[c] <= kLocalLimit) return;
+    // Too many kept here (a thread that frees what others make): the most recent batch goes to
+    // the shared list.
+    Block *last = b;
+    for (size_t n = 1; n < kBatch; ++n) last = last->next;
+    l.head[c] = last->next;
+    l.count[c] -= kBatch;
+    Shared &s = shared();
+    std::lock_guard<std::mutex> guard(s.lock);
+    s.give(c, b, last);
+}
+
+#endif
+
+}  // namespace orvik::detail
