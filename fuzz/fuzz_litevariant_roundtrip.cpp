@@ -6,8 +6,8 @@
 // offset the in-order reading saw, and of equally named items the first written; a second
 // top-level level is refused.  Every level's index equals the reference order: a stable sort
 // of its children by the unit-by-unit name comparison (the writer sorts by keys, runs and
-// radix passes).  The four-units-at-a-time name comparison agrees with its unit-by-unit
-// reference on every pair of names of a level.
+// radix passes).  The four-units-at-a-time name comparison and the search's comparison by
+// two-word prefixes agree with the unit-by-unit reference on every pair of names of a level.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -206,6 +206,15 @@ void comparePair(std::wstring const &a, std::wstring const &b) {
     check(orvik::detail::lvCompareStored(sa.data(), ua, sb.data(), ub) ==
               orvik::detail::lvCompareStoredPlain(sa.data(), ua, sb.data(), ub),
           "fast and reference name comparisons differ");
+    // The search's comparison of a stored name with a wanted one (a's key), which reads 16
+    // bytes from the stored name's start.
+    orvik::detail::LvKey key;
+    orvik::detail::lvMakeKey(a.c_str(), key);
+    std::vector<uint8_t> padded = sb;
+    padded.resize(sb.size() + 16, 0xA5);
+    check(orvik::detail::lvCompareKeyPrefix(padded.data(), ub, key) ==
+              orvik::detail::lvCompareStoredPlain(sb.data(), ub, sa.data(), ua),
+          "prefix and reference name comparisons differ");
 }
 
 // Reads the children of the current level in order and compares them with `expected`.

@@ -30,13 +30,6 @@ constexpr kr_uint32 kInsertionSortMax = 24;
 // Levels written in at most this many runs of names in order are merged run by run.
 constexpr kr_uint32 kMergeRunsMax = 16;
 
-// Four little-endian units as one number with the first unit most significant, so that
-// numbers compare like the units, unsigned, position by position.
-inline uint64_t unitsKey(uint64_t le) {
-    uint64_t const x = __builtin_bswap64(le);  // bytes reversed: units reversed, halves swapped
-    return ((x >> 8) & 0x00FF00FF00FF00FFull) | ((x & 0x00FF00FF00FF00FFull) << 8);
-}
-
 }  // namespace
 
 CKrLiteVariantW::CKrLiteVariantW()
@@ -107,8 +100,8 @@ int CKrLiteVariantW::reserveChild() {
 inline void CKrLiteVariantW::addChild(kr_uint8 const *item, kr_uint64 w0, kr_uint64 w1) {
     Level &level = m_levels[m_depth];
     Child &child = m_children[m_childCount];
-    child.hi = unitsKey(w0);
-    child.lo = unitsKey(w1);
+    child.hi = lvUnitsKey(w0);
+    child.lo = lvUnitsKey(w1);
     child.offset = kr_uint64(item - m_pData) - level.start;
     if (level.count > 0) {
         Child const &prev = m_children[m_childCount - 1];
