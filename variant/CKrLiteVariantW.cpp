@@ -296,32 +296,33 @@ CKrLiteVariantW::Child const *CKrLiteVariantW::sortChildren(Level const &level) 
         return a;
     }
     if (level.runs <= kMergeRunsMax) {
-        // Bottom-up merges of neighbouring runs, between the children and the scratch array.
+        // Bottom-up merges of neighbouring runs in place: the left run of a pair is moved to the
+        // scratch array and merged back; what is left of the right run is in place already,
+        // and a run without a partner is not touched.
         kr_uint32 bounds[kMergeRunsMax + 1];
         kr_uint32 runs = 0;
         bounds[runs++] = 0;
         for (kr_uint32 i = 1; i < n; ++i)
             if (less(a[i], a[i - 1])) bounds[runs++] = i;  // the same descents addChild counted
         bounds[runs] = n;
-        Child *src = a, *dst = m_scratch;
         while (runs > 1) {
             kr_uint32 merged = 0;
             for (kr_uint32 r = 0; r < runs; r += 2) {
-                Child const *x = src + bounds[r], *const xEnd = src + bounds[r + 1];
-                Child *out = dst + bounds[r];
                 if (r + 1 < runs) {
-                    Child const *y = xEnd, *const yEnd = src + bounds[r + 2];
+                    Child *const left = a + bounds[r], *const right = a + bounds[r + 1];
+                    std::memcpy(m_scratch, left, sizeof(Child) * size_t(right - left));
+                    Child const *x = m_scratch, *const xEnd = m_scratch + (right - left);
+                    Child const *y = right, *const yEnd = a + bounds[r + 2];
+                    Child *out = left;  // never passes y: it has taken only what x and y gave
                     while (x != xEnd && y != yEnd) *out++ = less(*y, *x) ? *y++ : *x++;
-                    while (y != yEnd) *out++ = *y++;
+                    while (x != xEnd) *out++ = *x++;
                 }
-                while (x != xEnd) *out++ = *x++;
                 bounds[merged++] = bounds[r];
             }
             bounds[merged] = n;
             runs = merged;
-            std::swap(src, dst);
         }
-        return src;
+        return a;
     }
     uint64_t orHi = 0, andHi = ~uint64_t(0), orLo = 0, andLo = ~uint64_t(0);
     for (kr_uint32 i = 0; i < n; ++i) {
