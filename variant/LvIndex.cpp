@@ -29,6 +29,7 @@ void lvMakeKey(wchar_t const *name, LvKey &key) { lvMakeKey(name, SIZE_MAX, key)
 // One pass over the name: its end is found while its units are copied, up to 256 units (a name
 // longer than 255 units matches no stored name, whatever its length).
 void lvMakeKey(wchar_t const *name, size_t length, LvKey &key) {
+    std::memset(key.units, 0, 16);  // the prefix words: zeros after the stored form
     unsigned n = 0;
     if (name) {
         for (; n < length && n <= kLvMaxNameUnits; ++n) {
@@ -42,8 +43,7 @@ void lvMakeKey(wchar_t const *name, size_t length, LvKey &key) {
     key.keyUnits = n == 0 ? 0 : (n >= kLvMaxNameUnits ? kLvMaxNameUnits : n + 1);
     unsigned const copy = key.fits ? n : kLvMaxNameUnits;
     key.units[copy] = 0;
-    key.prefix[0] = key.prefix[1] = 0;
-    std::memcpy(key.prefix, key.units, 2 * size_t(copy + 1 < 8 ? copy + 1 : 8));
+    std::memcpy(key.prefix, key.units, 16);
 }
 
 }  // namespace orvik::detail
