@@ -3,12 +3,11 @@
 
 #include <zlib.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <vector>
+#include <utility>
 
 #include "strings/CKrAlloc.h"
 #include "variant/CKrLiteVariantR.h"
