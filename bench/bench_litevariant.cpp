@@ -3,7 +3,8 @@
 // children.  Each format replays the same plan of items, with names prepared beforehand in the
 // form it stores (UTF-16 for the lite variant, UTF-8 for the peers).
 //
-// Cases: writing; lookup of one name in the 10,000-child level and of a four-level path;
+// Cases: writing; lookup of one name in the 10,000-child level (found, as IsValueSet against
+// IsNull, and with its integer value read on both sides) and of a four-level path;
 // reading every item in writing order; Validate; Finalize compressed and the first access of a
 // compressed buffer against direct zlib calls.  Counters: MB/s over the plain buffer where a
 // whole buffer is read, and heap allocations (operator new) per iteration where reading must not
@@ -369,6 +370,45 @@ void BM_LvLookup10k_Msgpack(benchmark::State &state) {
     }
 }
 
+// The same lookups with the found value read: integer items only (every eighth child), read as
+// int on both sides.
+std::vector<Op const *> const &bigIntKeys() {
+    static std::vector<Op const *> keys = [] {
+        std::vector<Op const *> k;
+        for (size_t i = 2; i < 2 + 10000; i += 8 * 5) k.push_back(&plan().ops[i]);
+        return k;
+    }();
+    return keys;
+}
+
+void BM_LvLookup10kValue_Lite(benchmark::State &state) {
+    CKrLiteVariantR &r = buffers().lite;
+    r.Reset();
+    r.LevelBegin(L"meta");
+    r.LevelBegin(L"big");
+    auto const &keys = bigIntKeys();
+    size_t i = 0;
+    long sum = 0;
+    long const before = g_news.load();
+    for (auto _ : state) {
+        sum += r.Get(keys[i]->wname.c_str(), 0);
+        if (++i == keys.size()) i = 0;
+    }
+    benchmark::DoNotOptimize(sum);
+    state.counters["allocs"] = double(g_news.load() - before);
+}
+void BM_LvLookup10kValue_Flex(benchmark::State &state) {
+    auto big = flexbuffers::GetRoot(buffers().flex).AsMap()["big"].AsMap();
+    auto const &keys = bigIntKeys();
+    size_t i = 0;
+    long sum = 0;
+    for (auto _ : state) {
+        sum += big[keys[i]->name.c_str()].AsInt32();
+        if (++i == keys.size()) i = 0;
+    }
+    benchmark::DoNotOptimize(sum);
+}
+
 void BM_LvLookupPath_Lite(benchmark::State &state) {
     CKrLiteVariantR &r = buffers().lite;
     std::wstring paths[4];
@@ -553,6 +593,8 @@ BENCHMARK(BM_LvWrite_Flex)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LvLookup10k_Lite);
 BENCHMARK(BM_LvLookup10k_Flex);
 BENCHMARK(BM_LvLookup10k_Msgpack);
+BENCHMARK(BM_LvLookup10kValue_Lite);
+BENCHMARK(BM_LvLookup10kValue_Flex);
 BENCHMARK(BM_LvLookupPath_Lite);
 BENCHMARK(BM_LvLookupPath_Flex);
 BENCHMARK(BM_LvReadAll_Lite)->Unit(benchmark::kMillisecond);

@@ -4,8 +4,11 @@
 // the same bytes; reading in order gives back every item with its type, its name (cut at 255
 // units) and its value; every uniquely named item is found through its level's index at the
 // offset the in-order reading saw, and of equally named items the first written; a second
-// top-level level is refused.  The four-units-at-a-time name comparison agrees with its
-// unit-by-unit reference on every pair of names of a level.
+// top-level level is refused.  Every level's index equals the reference order: a stable sort
+// of its children by the unit-by-unit name comparison (the writer sorts by keys, runs and
+// radix passes).  The four-units-at-a-time name comparison and the search's comparison by
+// two-word prefixes agree with the unit-by-unit reference on every pair of names of a level.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -155,6 +158,41 @@ void writeProgram(Input in, CKrLiteVariantW &w, Node &root) {
     }
 }
 
+// Walks every level of a plain buffer and compares its index with the stable sort of its
+// children by the reference comparison.
+void checkIndexes(uint8_t const *data, kr_uint64 size) {
+    using namespace orvik::detail;
+    std::vector<std::pair<kr_uint64, kr_uint64>> ranges{{0, size}};  // item ranges to walk
+    while (!ranges.empty()) {
+        auto [pos, end] = ranges.back();
+        ranges.pop_back();
+        while (pos < end) {
+            LvItem item;
+            check(lvParseItem(data, end, pos, item), "walking the written buffer");
+            pos = item.end;
+            if (item.type != krLVT_LEVEL) continue;
+            kr_uint64 const childrenEnd = item.offset + item.levelSize;
+            std::vector<kr_uint64> children;  // offsets from the level, in writing order
+            for (kr_uint64 c = item.valueOffset; c < childrenEnd;) {
+                LvItem child;
+                check(lvParseItem(data, childrenEnd, c, child), "walking a level");
+                children.push_back(c - item.offset);
+                c = child.end;
+            }
+            check(children.size() == item.count, "level count");
+            uint8_t const *level = data + item.offset;
+            std::stable_sort(children.begin(), children.end(), [level](kr_uint64 x, kr_uint64 y) {
+                return lvCompareStoredPlain(level + x + 2, level[x + 1], level + y + 2,
+                                            level[y + 1]) < 0;
+            });
+            for (size_t i = 0; i < children.size(); ++i)
+                check(lvLoad64(data + childrenEnd + 8 * i) == children[i],
+                      "index differs from the reference order");
+            ranges.push_back({item.valueOffset, childrenEnd});
+        }
+    }
+}
+
 // The fast comparison of stored names against the reference, on two names in stored form.
 void comparePair(std::wstring const &a, std::wstring const &b) {
     auto storedForm = [](std::wstring const &n) {
@@ -168,6 +206,15 @@ void comparePair(std::wstring const &a, std::wstring const &b) {
     check(orvik::detail::lvCompareStored(sa.data(), ua, sb.data(), ub) ==
               orvik::detail::lvCompareStoredPlain(sa.data(), ua, sb.data(), ub),
           "fast and reference name comparisons differ");
+    // The search's comparison of a stored name with a wanted one (a's key), which reads 16
+    // bytes from the stored name's start.
+    orvik::detail::LvKey key;
+    orvik::detail::lvMakeKey(a.c_str(), key);
+    std::vector<uint8_t> padded = sb;
+    padded.resize(sb.size() + 16, 0xA5);
+    check(orvik::detail::lvCompareKeyPrefix(padded.data(), ub, key) ==
+              orvik::detail::lvCompareStoredPlain(sb.data(), ub, sa.data(), ua),
+          "prefix and reference name comparisons differ");
 }
 
 // Reads the children of the current level in order and compares them with `expected`.
@@ -235,6 +282,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     CKrLiteVariantR plain;
     w.Finalize(plain, 0);
     check(plain.Validate(nullptr) == 0, "a written buffer does not validate");
+    checkIndexes(static_cast<uint8_t const *>(plain.GetPointer()), plain.GetSize());
     compareLevel(plain, root.children);
 
     // The same through Append and the envelope (when zlib can shrink it).

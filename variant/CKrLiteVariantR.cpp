@@ -1,6 +1,7 @@
 // CKrLiteVariantR: buffer ownership, read state, navigation, Find and the typed getters.
 #include "variant/CKrLiteVariantR.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -181,35 +182,57 @@ kr_int64 CKrLiteVariantR::findInLevel(wchar_t const *name, size_t length) {
         return kr_int64(m_pos);
     if (m_depth < 0 || !key.fits) return -9;
     Level const &level = m_levels[m_depth];
-    kr_uint8 const *index = m_pData + level.childrenEnd;  // count entries, checked at entry
-    auto headAt = [&](kr_uint32 i, LvItem &head) {
-        kr_uint64 const rel = lvLoad64(index + kr_uint64(i) * kLvIndexEntryBytes);
-        return rel < level.childrenEnd - level.start && level.start + rel >= level.first &&
-               lvParseHead(m_pData, level.childrenEnd, level.start + rel, head);
+    kr_uint8 const *const index = m_pData + level.childrenEnd;  // count entries, checked at entry
+    kr_uint8 const *const children = m_pData + level.first;
+    kr_uint64 const firstRel = level.first - level.start;    // index entries are from the start
+    kr_uint64 const span = level.childrenEnd - level.first;  // the children's bytes
+    // The head of the child that entry i names, or null when the entry points outside the
+    // level or the child's name does not fit in it.
+    auto const headAt = [&](kr_uint32 i) -> kr_uint8 const * {
+        kr_uint64 const at = lvLoad64(index + kr_uint64(i) * kLvIndexEntryBytes) - firstRel;
+        if (at >= span || span - at < kLvHeadBytes) return nullptr;  // also when it wrapped
+        kr_uint8 const *head = children + at;
+        return 2 * kr_uint64(head[1]) <= span - at - kLvHeadBytes ? head : nullptr;
     };
-    // Lower bound of the wanted name in its stored form.
+    // Lower bound of the wanted name in its stored form.  With two entries or more, the index
+    // (16 bytes or more) follows every name of the level, so 16 bytes can be read from any
+    // name start: the prefix comparison applies.
     kr_uint32 lo = 0, hi = level.count;
-    while (lo < hi) {
-        kr_uint32 const mid = lo + (hi - lo) / 2;
-        if (!headAt(mid, item)) return -9;  // an entry pointing outside the level
-        if (lvCompareKey(m_pData + item.nameOffset, item.nameUnits, key) < 0)
-            lo = mid + 1;
-        else
-            hi = mid;
+    if (level.count >= 2) {
+        while (lo < hi) {
+            kr_uint32 const mid = lo + (hi - lo) / 2;
+            kr_uint8 const *head = headAt(mid);
+            if (!head) return -9;  // an entry pointing outside the level
+            if (lvCompareKeyPrefix(head + kLvHeadBytes, head[1], key) < 0)
+                lo = mid + 1;
+            else
+                hi = mid;
+        }
+    } else {
+        while (lo < hi) {
+            kr_uint32 const mid = lo + (hi - lo) / 2;
+            kr_uint8 const *head = headAt(mid);
+            if (!head) return -9;
+            if (lvCompareKey(head + kLvHeadBytes, head[1], key) < 0)
+                lo = mid + 1;
+            else
+                hi = mid;
+        }
     }
-    if (lo < level.count && headAt(lo, item) &&
-        lvNameMatches(m_pData + item.nameOffset, item.nameUnits, key))
-        return kr_int64(item.offset);
+    kr_uint8 const *head;
+    if (lo < level.count && (head = headAt(lo)) != nullptr &&
+        lvNameMatches(head + kLvHeadBytes, head[1], key))
+        return kr_int64(head - m_pData);
     // A name stored without its terminator sorts just before the terminated form.
-    if (lo > 0 && headAt(lo - 1, item) &&
-        lvNameMatches(m_pData + item.nameOffset, item.nameUnits, key))
-        return kr_int64(item.offset);
+    if (lo > 0 && (head = headAt(lo - 1)) != nullptr &&
+        lvNameMatches(head + kLvHeadBytes, head[1], key))
+        return kr_int64(head - m_pData);
     return -9;
 }
 
 kr_int64 CKrLiteVariantR::Find(wchar_t const *name) {
     if (!plain() || !name) return -9;
-    if (name[0] != L'\\') return findInLevel(name, std::wcslen(name));
+    if (name[0] != L'\\') return findInLevel(name, SIZE_MAX);  // to its end
     resetState();
     wchar_t const *component = name + 1;
     for (wchar_t const *slash; (slash = std::wcschr(component, L'\\')) != nullptr;
@@ -220,7 +243,7 @@ kr_int64 CKrLiteVariantR::Find(wchar_t const *name) {
             return -9;
         }
     }
-    kr_int64 const at = findInLevel(component, std::wcslen(component));
+    kr_int64 const at = findInLevel(component, SIZE_MAX);
     if (at < 0) resetState();
     return at;
 }

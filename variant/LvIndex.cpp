@@ -1,5 +1,6 @@
 // The order of names of the lite variant: the sort of each level's index and the comparison of
 // the reader's binary search.  One rule, used by the writer, the reader and the validator.
+#include <cstdint>
 #include <cstring>
 #include <cwchar>
 
@@ -23,17 +24,26 @@ unsigned lvStoredNameUnits(wchar_t const *name, size_t *nameLength) {
     return n >= kLvMaxNameUnits ? kLvMaxNameUnits : unsigned(n + 1);
 }
 
-void lvMakeKey(wchar_t const *name, LvKey &key) {
-    lvMakeKey(name, name ? std::wcslen(name) : 0, key);
-}
+void lvMakeKey(wchar_t const *name, LvKey &key) { lvMakeKey(name, SIZE_MAX, key); }
 
-void lvMakeKey(wchar_t const *name, size_t n, LvKey &key) {
-    key.keyUnits = n == 0 ? 0 : (n >= kLvMaxNameUnits ? kLvMaxNameUnits : unsigned(n + 1));
+// One pass over the name: its end is found while its units are copied, up to 256 units (a name
+// longer than 255 units matches no stored name, whatever its length).
+void lvMakeKey(wchar_t const *name, size_t length, LvKey &key) {
+    std::memset(key.units, 0, 16);  // the prefix words: zeros after the stored form
+    unsigned n = 0;
+    if (name) {
+        for (; n < length && n <= kLvMaxNameUnits; ++n) {
+            wchar_t const c = name[n];
+            if (c == 0) break;
+            key.units[n] = uint16_t(c);
+        }
+    }
     key.fits = n <= kLvMaxNameUnits;
-    key.length = key.fits ? unsigned(n) : 0;
-    unsigned const copy = key.fits ? key.length : kLvMaxNameUnits;
-    for (unsigned i = 0; i < copy; ++i) key.units[i] = uint16_t(name[i]);
+    key.length = key.fits ? n : 0;
+    key.keyUnits = n == 0 ? 0 : (n >= kLvMaxNameUnits ? kLvMaxNameUnits : n + 1);
+    unsigned const copy = key.fits ? n : kLvMaxNameUnits;
     key.units[copy] = 0;
+    std::memcpy(key.prefix, key.units, 16);
 }
 
 }  // namespace orvik::detail

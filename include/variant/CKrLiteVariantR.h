@@ -210,7 +210,7 @@ private:
     bool plain();                  // inflates when needed; false when unreadable
     kr_uint64 levelLimit() const;  // end of the current level's children (size at the top)
     bool pushLevel(kr_uint64 at);  // enters the level item at `at`
-    kr_int64 findInLevel(wchar_t const *name, size_t length);  // the name's first `length` units
+    kr_int64 findInLevel(wchar_t const *name, size_t length);  // to its end or `length` units
     kr_int64 findValue(wchar_t const *name);  // Find, then the position moves past the item
     void resetState();
     void copyFrom(CKrLiteVariantR const &other);

@@ -92,23 +92,29 @@ public:
 
 private:
     // A child of an open level: its offset from the level's start and its first eight name
-    // units as two numbers (the first unit most significant), the sort key of the index.
+    // units as two numbers (the first unit most significant, zero-padded), the sort key of the
+    // index.  Equal keys are decided by the stored names in full.
     struct Child {
         kr_uint64 hi, lo, offset;
     };
+    // The children of all open levels form one stack (m_children): a nested level's children
+    // sit above its parent's and are dropped when it closes, so the arrays are reused from one
+    // level to the next instead of allocated per level.
     struct Level {
-        kr_uint64 start;     // offset of the level's type code
-        Child *children;     // in writing order
-        kr_uint32 capacity;  // grows by 32 entries
+        kr_uint64 start;  // offset of the level's type code
+        size_t first;     // its first child in m_children
         kr_uint32 count;
-        kr_uint32 reserved;  // entries the memory holds: grows geometrically beneath capacity
+        kr_uint32 runs;  // runs of children in name order (1: the index needs no sort)
     };
 
     int reserve(kr_uint64 bytes);
-    int addChild(wchar_t const *name, size_t nameLength);
+    int reserveChild();
+    void addChild(kr_uint8 const *item, kr_uint64 w0, kr_uint64 w1);
     kr_uint8 *writeHead(int type, wchar_t const *name, kr_uint64 valueBytes);
-    int setFixed(int type, void const *value, kr_uint64 bytes, wchar_t const *name);
+    template <size_t Bytes>
+    int setFixed(int type, void const *value, wchar_t const *name);
     int setUnits(wchar_t const *value, size_t length, wchar_t const *name);
+    Child const *sortChildren(Level const &level);
     void release();
 
     kr_uint8 *m_pData;
@@ -117,6 +123,11 @@ private:
     Level *m_levels;      // the stack of open levels
     int m_levelCapacity;  // whole multiples of 8
     int m_depth;          // -1 when no level is open
+    Child *m_children;    // the children of the open levels, innermost last
+    size_t m_childCount;
+    size_t m_childCapacity;
+    Child *m_scratch;  // the sort's second array (kept between levels)
+    size_t m_scratchCapacity;
 };
 
 #endif

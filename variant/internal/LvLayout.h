@@ -105,11 +105,17 @@ struct LvKey {
     unsigned length;                      // units of the name proper (at most 255 when fits)
     unsigned keyUnits;                    // units of the stored form
     bool fits;
+    uint64_t prefix[2];  // the first eight units of the stored form, little-endian, zero-padded
 };
 void lvMakeKey(wchar_t const *name, LvKey &key);
-void lvMakeKey(wchar_t const *name, size_t length, LvKey &key);  // the first `length` units
+// The name's units up to its first zero or its first `length` units, whichever comes first.
+void lvMakeKey(wchar_t const *name, size_t length, LvKey &key);
 // The order above between a stored name and a wanted one in its stored form.
 inline int lvCompareKey(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key);
+// lvCompareKey for a search: the first eight units are compared as two words against the
+// key's prefix before the unit-by-unit rule takes the rest.  The stored name must have 16
+// readable bytes from its start (the caller checks that once for a whole level).
+inline int lvCompareKeyPrefix(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key);
 // True when the stored name is the wanted one: equal units and a stored length equal to the
 // wanted length, or to it plus one with a zero unit at the end.
 inline bool lvNameMatches(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key);
@@ -156,6 +162,36 @@ inline int lvCompareKey(kr_uint8 const *stored, unsigned storedUnits, LvKey cons
     auto const *k = reinterpret_cast<kr_uint8 const *>(key.units);
     int const c =
         lvCompareUnits(stored, k, storedUnits < key.keyUnits ? storedUnits : key.keyUnits);
+    return c != 0 ? c : lvCompareLengths(storedUnits, key.keyUnits);
+}
+
+// Four little-endian units as one number with the first unit most significant: such numbers
+// compare like the units, unsigned, position by position.
+inline uint64_t lvUnitsKey(uint64_t le) {
+    uint64_t const x = __builtin_bswap64(le);  // units reversed, the bytes of each swapped
+    return ((x >> 8) & 0x00FF00FF00FF00FFull) | ((x & 0x00FF00FF00FF00FFull) << 8);
+}
+
+// Sign of the first differing unit of two little-endian words, over their units under `mask`.
+inline int lvCompareWords(uint64_t a, uint64_t b, uint64_t mask) {
+    uint64_t const diff = (a ^ b) & mask;
+    if (diff == 0) return 0;
+    unsigned const shift = unsigned(__builtin_ctzll(diff)) & ~15u;  // the first differing unit
+    return ((a >> shift) & 0xFFFF) < ((b >> shift) & 0xFFFF) ? -1 : 1;
+}
+
+inline int lvCompareKeyPrefix(kr_uint8 const *stored, unsigned storedUnits, LvKey const &key) {
+    unsigned const n = storedUnits < key.keyUnits ? storedUnits : key.keyUnits;
+    uint64_t a0, a1;
+    std::memcpy(&a0, stored, 8);
+    std::memcpy(&a1, stored + 8, 8);
+    // Masks of the compared units in each word (n units in all).
+    uint64_t const m0 = n >= 4 ? ~uint64_t(0) : (uint64_t(1) << (16 * n)) - 1;
+    uint64_t const m1 = n >= 8 ? ~uint64_t(0) : (n <= 4 ? 0 : (uint64_t(1) << (16 * (n - 4))) - 1);
+    int c = lvCompareWords(a0, key.prefix[0], m0);
+    if (c == 0) c = lvCompareWords(a1, key.prefix[1], m1);
+    if (c == 0 && n > 8)
+        c = lvCompareUnits(stored + 16, reinterpret_cast<kr_uint8 const *>(key.units + 8), n - 8);
     return c != 0 ? c : lvCompareLengths(storedUnits, key.keyUnits);
 }
 
