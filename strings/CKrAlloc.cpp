@@ -56,6 +56,32 @@ void *allocAligned(size_t size, size_t alignment, bool zero) {
 
 void freeAligned(void *p) { std::free(headerOf(p)->raw); }
 
+// Resizes the block of `p` with realloc, which can grow a large block in place (glibc remaps
+// its pages) instead of copying it.  The user bytes keep their offset from the block's start
+// unless the new block's address calls for another one to stay aligned; then they are moved
+// inside the new block.  Null when the size is refused or realloc fails: `p` stays valid.
+void *reallocAligned(void *p, size_t size, size_t alignment) {
+    const size_t align = effectiveAlignment(alignment);
+    if (align == 0) return nullptr;
+    const size_t extra = align - 1 + sizeof(Header);
+    if (size > SIZE_MAX - extra) return nullptr;
+    Header const old = *headerOf(p);
+    const size_t oldOffset =
+        static_cast<size_t>(static_cast<char *>(p) - static_cast<char *>(old.raw));
+    void *raw = std::realloc(old.raw, size + extra);
+    if (!raw) return nullptr;
+    const uintptr_t first = reinterpret_cast<uintptr_t>(raw) + sizeof(Header);
+    const uintptr_t aligned = (first + align - 1) & ~static_cast<uintptr_t>(align - 1);
+    const size_t offset = static_cast<size_t>(aligned - reinterpret_cast<uintptr_t>(raw));
+    char *user = static_cast<char *>(raw) + offset;
+    if (offset != oldOffset)
+        std::memmove(user, static_cast<char *>(raw) + oldOffset, old.size < size ? old.size : size);
+    Header *h = headerOf(user);
+    h->raw = raw;
+    h->size = size;
+    return user;
+}
+
 // Registry of taken shared-pointer data.  The atomic count lets Free skip the lock entirely in
 // the common case where nothing is registered.
 struct Registry {
@@ -100,12 +126,10 @@ void *CKrAlloc::ReAlloc(void *p, size_t size, unsigned int flags, size_t alignme
         return Alloc(flags, size, alignment);
     }
     const size_t oldSize = headerOf(p)->size;
-    void *q = allocAligned(size, alignment, false);
+    void *q = reallocAligned(p, size, alignment);
     if (!q) return nullptr;  // the old block stays valid
-    std::memcpy(q, p, oldSize < size ? oldSize : size);
     if (size > oldSize && (flags & kZeroFill))
         std::memset(static_cast<char *>(q) + oldSize, 0, size - oldSize);
-    freeAligned(p);
     return q;
 }
 

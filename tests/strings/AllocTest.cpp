@@ -62,6 +62,18 @@ TEST(Alloc, ReAllocKeepsContentsAndZeroFillsGrowth) {
     EXPECT_EQ(CKrAlloc::Size(p), 4u);
     EXPECT_EQ(p[3], 4);
     EXPECT_EQ(CKrAlloc::ReAlloc(p, 0, 0), nullptr);  // frees
+
+    // Under a large alignment the bytes must move inside the resized block whenever its new
+    // address needs another offset; the first 64 survive every step.
+    auto *big = static_cast<unsigned char *>(CKrAlloc::Alloc(0, 100));
+    for (int i = 0; i < 100; ++i) big[i] = static_cast<unsigned char>(i * 7);
+    for (size_t size : {5000u, 300000u, 64u, 9000u, 1u << 20}) {
+        big = static_cast<unsigned char *>(CKrAlloc::ReAlloc(big, size, 0, 4096));
+        ASSERT_NE(big, nullptr);
+        EXPECT_TRUE(aligned(big, 4096));
+        for (int i = 0; i < 64; ++i) ASSERT_EQ(big[i], static_cast<unsigned char>(i * 7)) << size;
+    }
+    CKrAlloc::Free(big);
     EXPECT_EQ(CKrAlloc::ReAlloc(nullptr, 0, 0), nullptr);
 
     void *q = CKrAlloc::Alloc(0, 16), *r = CKrAlloc::Alloc(0, 16);
