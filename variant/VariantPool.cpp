@@ -1,6 +1,8 @@
 // The size-class pool of variant nodes and value holders (see internal/VariantPool.h).
 #include "variant/internal/VariantPool.h"
 
+#include <pthread.h>
+
 #include <mutex>
 #include <new>
 
@@ -93,7 +95,14 @@ struct Shared {
 };
 
 Shared &shared() {
-    static Shared *const s = new Shared;  // never destroyed (see above)
+    static Shared *const s = [] {
+        auto *made = new Shared;  // never destroyed (see above)
+        // A child forked while another thread holds the lock would wait for it forever at its
+        // first refill: fork waits until no thread holds it, and both sides go on with it free.
+        pthread_atfork([] { shared().lock.lock(); }, [] { shared().lock.unlock(); },
+                       [] { shared().lock.unlock(); });
+        return made;
+    }();
     return *s;
 }
 

@@ -13,6 +13,7 @@
 //   - Each thread keeps short lists of its own and trades batches with one shared list under a
 //     lock; a thread's lists go back to the shared one when the thread ends.  Objects freed
 //     after that point (static destructors at exit) go straight to the shared list.
+//   - fork() waits until no thread holds the shared lock, so a child process can allocate.
 //   - Built with AddressSanitizer, every request goes to ::operator new / delete instead, so that
 //     the sanitizer keeps finding leaks and use after free of single nodes.
 #ifndef ORVIK_VARIANT_INTERNAL_VARIANTPOOL_H
