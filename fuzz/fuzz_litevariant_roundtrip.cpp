@@ -7,7 +7,8 @@
 // top-level level is refused.  Every level's index equals the reference order: a stable sort
 // of its children by the unit-by-unit name comparison (the writer sorts by keys, runs and
 // radix passes).  The four-units-at-a-time name comparison and the search's comparison by
-// two-word prefixes agree with the unit-by-unit reference on every pair of names of a level.
+// two-word prefixes agree with the unit-by-unit reference on every pair of names of a level,
+// and the writer's chunked name store gives the bytes and key words of its plain one.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -193,8 +194,23 @@ void checkIndexes(uint8_t const *data, kr_uint64 size) {
     }
 }
 
+// The writer's two ways of storing a name: the same bytes and the same key words.
+void compareNameStores(std::wstring const &name) {
+    constexpr size_t kRoom = 2 * orvik::detail::kLvMaxNameUnits + 16;
+    uint8_t chunked[kRoom], plain[kRoom];
+    std::memset(chunked, 0xA5, kRoom);
+    std::memset(plain, 0xA5, kRoom);
+    uint64_t c0, c1, p0, p1;
+    unsigned const nc = orvik::detail::lvStoreNameChunked(chunked, name.c_str(), c0, c1);
+    unsigned const np = orvik::detail::lvStoreNamePlain(plain, name.c_str(), p0, p1);
+    unsigned const stored = np == 0 ? 0 : (np < orvik::detail::kLvMaxNameUnits ? np + 1 : np);
+    check(nc == np && c0 == p0 && c1 == p1 && std::memcmp(chunked, plain, 2 * stored) == 0,
+          "chunked and plain name stores differ");
+}
+
 // The fast comparison of stored names against the reference, on two names in stored form.
 void comparePair(std::wstring const &a, std::wstring const &b) {
+    compareNameStores(a);
     auto storedForm = [](std::wstring const &n) {
         std::vector<uint8_t> bytes;
         for (wchar_t c : n) bytes.push_back(uint8_t(c)), bytes.push_back(uint8_t(c >> 8));

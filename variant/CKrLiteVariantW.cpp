@@ -135,39 +135,11 @@ kr_uint8 *CKrLiteVariantW::writeHead(int type, wchar_t const *name, kr_uint64 va
     if (m_depth >= 0 && reserveChild() != 0) return nullptr;
     kr_uint8 *const item = m_pData + m_pos;
     kr_uint8 *const p = item + kLvHeadBytes;
-    unsigned n = 0;  // units of the name proper, at most 255
-    uint64_t w0 = 0, w1 = 0;
-    if (name && fast) {
-        // Four units at a time, each group narrowed in a register and stored with one write
-        // (zeros after the name's end, which give the terminator; the slack behind the item
-        // is overwritten by its value).  Reading the groups back from the buffer for the sort
-        // key stalled on store forwarding: the key is taken from the registers.
-        for (;;) {
-            unsigned const most = kLvMaxNameUnits - n < 4 ? kLvMaxNameUnits - n : 4;
-            uint64_t w = 0;
-            unsigned k = 0;
-            for (; k < most; ++k) {
-                wchar_t const c = name[n + k];
-                if (c == 0) break;
-                w |= uint64_t(uint16_t(c)) << (16 * k);
-            }
-            std::memcpy(p + 2 * n, &w, 8);
-            if (n == 0) w0 = w;
-            if (n == 4) w1 = w;
-            n += k;
-            if (k < 4 || n == kLvMaxNameUnits) break;
-        }
-    } else if (name) {
-        // The plain path: unit by unit, nothing written beyond the item.
-        for (; n < kLvMaxNameUnits; ++n) {
-            wchar_t const c = name[n];
-            if (c == 0) break;
-            auto const u = uint16_t(c);
-            std::memcpy(p + 2 * n, &u, 2);
-            if (n < 8) (n < 4 ? w0 : w1) |= uint64_t(u) << (16 * (n & 3));
-        }
-        if (n != 0 && n < kLvMaxNameUnits) p[2 * n] = p[2 * n + 1] = 0;
-    }
+    // Far from the end the name goes four units at a time (the slack behind the item is
+    // overwritten by its value); near it, unit by unit.
+    uint64_t w0, w1;
+    unsigned const n =
+        fast ? lvStoreNameChunked(p, name, w0, w1) : lvStoreNamePlain(p, name, w0, w1);
     unsigned const units = n == 0 ? 0 : (n < kLvMaxNameUnits ? n + 1 : kLvMaxNameUnits);
     item[0] = kr_uint8(type);
     item[1] = kr_uint8(units);

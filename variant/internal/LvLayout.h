@@ -124,6 +124,17 @@ inline bool lvNameMatches(kr_uint8 const *stored, unsigned storedUnits, LvKey co
 // units + 1 for the terminator, at most 255 (then without the terminator).
 unsigned lvStoredNameUnits(wchar_t const *name, size_t *nameLength);
 
+// Stores `name` at p the way the writer keeps item names: its UTF-16 units up to its first zero,
+// at most 255, then a zero terminator when it is shorter than 255 units (nothing for null or
+// empty).  Returns the units of the name proper; w0 and w1 receive its first eight units as two
+// little-endian words (zeros after the end): the level's sort key.
+// lvStoreNameChunked narrows and stores four units at a time and may write up to 8 bytes beyond
+// the stored name (the writer leaves that room behind the item); lvStoreNamePlain goes unit by
+// unit and writes nothing beyond.  Both store the same bytes and give the same words (a fuzz
+// target runs both over the same names).
+inline unsigned lvStoreNameChunked(kr_uint8 *p, wchar_t const *name, uint64_t &w0, uint64_t &w1);
+inline unsigned lvStoreNamePlain(kr_uint8 *p, wchar_t const *name, uint64_t &w0, uint64_t &w1);
+
 // ---- inline definitions (the reader's binary search calls these for every probe) -------------
 
 inline unsigned lvStoredUnit(kr_uint8 const *p, unsigned i) {
@@ -201,6 +212,45 @@ inline bool lvNameMatches(kr_uint8 const *stored, unsigned storedUnits, LvKey co
     // units[n] is the zero terminator, so comparing n + 1 units checks "plus a zero at the end".
     if (storedUnits != n && storedUnits != n + 1) return false;
     return std::memcmp(stored, key.units, 2 * size_t(storedUnits)) == 0;
+}
+
+inline unsigned lvStoreNameChunked(kr_uint8 *p, wchar_t const *name, uint64_t &w0, uint64_t &w1) {
+    // Each group is narrowed in a register and stored with one write; the zeros after the name's
+    // end give the terminator.  The key words are taken from the registers: reading them back
+    // from the buffer stalled on store forwarding.
+    unsigned n = 0;
+    w0 = w1 = 0;
+    if (!name) return 0;
+    for (;;) {
+        unsigned const most = kLvMaxNameUnits - n < 4 ? kLvMaxNameUnits - n : 4;
+        uint64_t w = 0;
+        unsigned k = 0;
+        for (; k < most; ++k) {
+            wchar_t const c = name[n + k];
+            if (c == 0) break;
+            w |= uint64_t(uint16_t(c)) << (16 * k);
+        }
+        std::memcpy(p + 2 * n, &w, 8);
+        if (n == 0) w0 = w;
+        if (n == 4) w1 = w;
+        n += k;
+        if (k < 4 || n == kLvMaxNameUnits) return n;
+    }
+}
+
+inline unsigned lvStoreNamePlain(kr_uint8 *p, wchar_t const *name, uint64_t &w0, uint64_t &w1) {
+    unsigned n = 0;
+    w0 = w1 = 0;
+    if (!name) return 0;
+    for (; n < kLvMaxNameUnits; ++n) {
+        wchar_t const c = name[n];
+        if (c == 0) break;
+        auto const u = uint16_t(c);
+        std::memcpy(p + 2 * n, &u, 2);
+        if (n < 8) (n < 4 ? w0 : w1) |= uint64_t(u) << (16 * (n & 3));
+    }
+    if (n != 0 && n < kLvMaxNameUnits) p[2 * n] = p[2 * n + 1] = 0;
+    return n;
 }
 
 }  // namespace orvik::detail
