@@ -68,14 +68,18 @@ void *reallocAligned(void *p, size_t size, size_t alignment) {
     Header const old = *headerOf(p);
     const size_t oldOffset =
         static_cast<size_t>(static_cast<char *>(p) - static_cast<char *>(old.raw));
-    void *raw = std::realloc(old.raw, size + extra);
+    // realloc keeps only the first bytes of the block: enough of them to hold the bytes kept at
+    // their old offset (a block made with a larger alignment may keep them further in than the
+    // new one needs).
+    const size_t kept = old.size < size ? old.size : size;
+    const size_t rawSize = size + extra > oldOffset + kept ? size + extra : oldOffset + kept;
+    void *raw = std::realloc(old.raw, rawSize);
     if (!raw) return nullptr;
     const uintptr_t first = reinterpret_cast<uintptr_t>(raw) + sizeof(Header);
     const uintptr_t aligned = (first + align - 1) & ~static_cast<uintptr_t>(align - 1);
     const size_t offset = static_cast<size_t>(aligned - reinterpret_cast<uintptr_t>(raw));
     char *user = static_cast<char *>(raw) + offset;
-    if (offset != oldOffset)
-        std::memmove(user, static_cast<char *>(raw) + oldOffset, old.size < size ? old.size : size);
+    if (offset != oldOffset) std::memmove(user, static_cast<char *>(raw) + oldOffset, kept);
     Header *h = headerOf(user);
     h->raw = raw;
     h->size = size;

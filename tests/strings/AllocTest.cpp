@@ -73,6 +73,11 @@ TEST(Alloc, ReAllocKeepsContentsAndZeroFillsGrowth) {
         EXPECT_TRUE(aligned(big, 4096));
         for (int i = 0; i < 64; ++i) ASSERT_EQ(big[i], static_cast<unsigned char>(i * 7)) << size;
     }
+    // Back to the smallest alignment and a few bytes: they may lie further into the old block
+    // than the whole new block reaches.
+    big = static_cast<unsigned char *>(CKrAlloc::ReAlloc(big, 8, 0, 16));
+    ASSERT_NE(big, nullptr);
+    for (int i = 0; i < 8; ++i) EXPECT_EQ(big[i], static_cast<unsigned char>(i * 7));
     CKrAlloc::Free(big);
     EXPECT_EQ(CKrAlloc::ReAlloc(nullptr, 0, 0), nullptr);
 
