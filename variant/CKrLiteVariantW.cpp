@@ -46,17 +46,22 @@ CKrLiteVariantW::CKrLiteVariantW()
 
 CKrLiteVariantW::~CKrLiteVariantW() { release(); }
 
-void CKrLiteVariantW::release() {
+void CKrLiteVariantW::releaseStacks() {
     std::free(m_levels);
     m_levels = nullptr;
     m_levelCapacity = 0;
-    m_depth = -1;
     std::free(m_children);
     m_children = nullptr;
-    m_childCount = m_childCapacity = 0;
+    m_childCapacity = 0;
     std::free(m_scratch);
     m_scratch = nullptr;
     m_scratchCapacity = 0;
+}
+
+void CKrLiteVariantW::release() {
+    releaseStacks();
+    m_depth = -1;
+    m_childCount = 0;
     CKrAlloc::Free(m_pData);
     m_pData = nullptr;
     m_allocated = 0;
@@ -351,17 +356,7 @@ int CKrLiteVariantW::LevelEnd() {
         std::memcpy(index, &c->offset, kLvIndexEntryBytes);
     m_pos += indexBytes;
     m_childCount = level.first;
-    if (--m_depth < 0) {
-        std::free(m_levels);
-        m_levels = nullptr;
-        m_levelCapacity = 0;
-        std::free(m_children);
-        m_children = nullptr;
-        m_childCapacity = 0;
-        std::free(m_scratch);
-        m_scratch = nullptr;
-        m_scratchCapacity = 0;
-    }
+    if (--m_depth < 0) releaseStacks();
     return 0;
 }
 

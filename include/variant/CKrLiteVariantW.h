@@ -115,6 +115,7 @@ private:
     int setFixed(int type, void const *value, wchar_t const *name);
     int setUnits(wchar_t const *value, size_t length, wchar_t const *name);
     Child const *sortChildren(Level const &level);
+    void releaseStacks();  // the level, child and scratch arrays (between top-level items)
     void release();
 
     kr_uint8 *m_pData;
