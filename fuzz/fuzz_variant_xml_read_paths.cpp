@@ -3,12 +3,15 @@
 // (run types of every kind, registered and unknown records, attribute names in any case, values
 // with references and escaped control characters), are read both ways.  Results, the trees
 // (names, run types, values to the bit) and the target's type-change permission must agree.
+// The one-pass decoding of attribute values is also run against the pass-per-reference rule on
+// texts made of references, their pieces and escaped control characters.
 #include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "../serializerxml/internal/SxReadState.h"
+#include "../variant/internal/VariantXmlForm.h"
 #include "FuzzInput.h"
 #include "variant/CKrVariant.h"
 
@@ -119,6 +122,20 @@ void compare(std::string const &doc) {
     FUZZ_CHECK(sameTree(fast, ref));
 }
 
+void compareDecoding(FuzzInput &in) {
+    static wchar_t const *const kPieces[] = {L"&#x003C;", L"&#x0022;", L"&#x000d;", L"&#x000a;",
+                                             L"&#x0026;", L"&",        L"&#x00",    L"3C;",
+                                             L"26;",      L"0d",       L"#x00",     L"\xDB80",
+                                             L"\xDC01",   L"\xDC0A",   L"a",        L";"};
+    std::wstring text;
+    for (int i = in.byte() % 24; i > 0 && in.n > 0; --i)
+        text += kPieces[in.byte() % (sizeof kPieces / sizeof kPieces[0])];
+    std::wstring fast = text, ref = text;
+    orvik::detail::RevalidateAttValue(fast);
+    orvik::detail::RevalidateAttValueRef(ref);
+    FUZZ_CHECK(fast == ref);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
@@ -126,5 +143,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     compare(std::string(reinterpret_cast<char const *>(data), size));
     FuzzInput in{data, size};
     compare(document(in));
+    FuzzInput again{data, size};
+    compareDecoding(again);
     return 0;
 }

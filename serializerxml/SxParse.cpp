@@ -66,6 +66,15 @@ bool attributeIs(XML_Char const *name, wchar_t const *word, std::wstring &scratc
     }
 }
 
+// True when `name` is `word` exactly (as the writer writes the attribute names); stops at the
+// first difference, so it never reads past the end of `name`.
+template <size_t N>
+bool isExactly(XML_Char const *name, char const (&word)[N]) {
+    for (size_t i = 0; i < N; ++i)
+        if (name[i] != static_cast<unsigned char>(word[i])) return false;
+    return true;
+}
+
 // Widens expat's units into `buffer` with a terminating zero (grown as needed, never shrunk);
 // returns the length.  *decode: the text holds "&" or U+DB80 (units that the decoding of string
 // values could change).
@@ -87,8 +96,9 @@ size_t widenInto(std::vector<wchar_t> &buffer, XML_Char const *text, bool *decod
 
 // The element callback of the fast path: CKrXMLAPI::StartElement's rule for the elements below
 // the target (the root and the target itself take the public callback), reading expat's units
-// where they stand, widening only the element name and the value, and taking the list lock
-// once per element.
+// where they stand, widening only the element name and the value, taking the list lock once per
+// element, and looking up the run type's sample only when a node is made (a record's members
+// and the children of a list that is read again are found, not made).
 void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts) {
     auto *s = static_cast<SxReadState *>(user);
     if (s->state != 0) return;
@@ -99,36 +109,40 @@ void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts
         // Only a name that starts with r, v (either case) or a non-ASCII unit can match.
         XML_Char const first = a[0][0];
         bool const wide = first >= 0x80;
-        if (!runType && (wide || (first | 0x20) == 'r') &&
-            attributeIs(a[0], L"runtype", s->scratch))
+        if (!runType && (isExactly(a[0], "runtype") || ((wide || (first | 0x20) == 'r') &&
+                                                        attributeIs(a[0], L"runtype", s->scratch))))
             runType = a[1];
-        else if (!value && (wide || (first | 0x20) == 'v') &&
-                 attributeIs(a[0], L"value", s->scratch))
+        else if (!value && (isExactly(a[0], "value") || ((wide || (first | 0x20) == 'v') &&
+                                                         attributeIs(a[0], L"value", s->scratch))))
             value = a[1];
     }
-    CKrVariant const *sample = s->SampleFor16(runType);
     bool decode = false;
-    size_t const nameLength = widenInto(s->nameText, name, &decode);
-    wchar_t const *const wideName = s->nameText.data();
     CKrVariant *item = nullptr;
     kr_int32 mark = 0;
+    SxReadState::Entry const &top = s->stack.back();
+    CKrVariant &parent = *top.item;
+    bool plain;
     {
         std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
-        SxReadState::Entry const &top = s->stack.back();
-        CKrVariant &parent = *top.item;
-        if (IsPlainList(parent)) {
-            if (top.mark != 0) item = FindChildLocked(parent, wideName, nameLength);
-            if (!item) item = &AppendChild(parent, wideName, sample);
+        plain = IsPlainList(parent);
+        // A record keeps its members, a list read again its children; nothing else has any to
+        // reuse.
+        if (plain ? top.mark != 0 : CountLocked(parent) >= 0)
+            item = FindChildLocked(parent, reinterpret_cast<char16_t const *>(name));
+        if (item) mark = CountLocked(*item);
+    }
+    if (!item) {
+        // The registry is asked outside the list lock: registering a type takes the registry's
+        // lock first and the list lock inside it.
+        CKrVariant const *sample = s->SampleFor16(runType);
+        widenInto(s->nameText, name, &decode);
+        std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
+        if (plain) {
+            item = &AppendChild(parent, s->nameText.data(), sample);
             mark = CountLocked(*item);
         } else {
-            // A record keeps its members; anything else has none to reuse.
-            if (CountLocked(parent) >= 0) item = FindChildLocked(parent, wideName, nameLength);
-            if (item) {
-                mark = CountLocked(*item);
-            } else {
-                item = NewNode(wideName, sample);
-                mark = SxReadState::kScratch;
-            }
+            item = NewNode(s->nameText.data(), sample);
+            mark = SxReadState::kScratch;
         }
     }
     if (value) {

@@ -251,7 +251,13 @@ bool CKrVariantDataDouble::SetString(wchar_t const *text) {
     return true;
 }
 bool CKrVariantDataBool::SetString(wchar_t const *text) {
-    m_value = text && KR_wcsicmp(text, L"true") == 0;
+    // The texts the writer makes answer without the locale's case folding.
+    if (text && std::wcscmp(text, L"true") == 0)
+        m_value = true;
+    else if (text && std::wcscmp(text, L"false") == 0)
+        m_value = false;
+    else
+        m_value = text && KR_wcsicmp(text, L"true") == 0;
     return true;
 }
 bool CKrVariantDataVoidPtr::SetString(wchar_t const *text) {

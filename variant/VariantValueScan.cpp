@@ -2,8 +2,9 @@
 // plain decimal texts that defer to it for anything else.
 #include "variant/internal/VariantValueScan.h"
 
+#include <langinfo.h>
+
 #include <charconv>
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
@@ -109,8 +110,9 @@ double ReadDouble(wchar_t const *text) {
         if (expDigits == 0) return ReadDoubleRef(text);
     }
     if (*p != 0) return ReadDoubleRef(text);
-    // atof reads the decimal point of the current locale.
-    char const *point = std::localeconv()->decimal_point;
+    // atof reads the decimal point of the current locale (the C library's radix character,
+    // which localeconv() also reports, but without filling a whole structure per call).
+    char const *point = nl_langinfo(RADIXCHAR);
     if (point[0] != '.' || point[1] != 0) return ReadDoubleRef(text);
     double value = 0;
     auto r = std::from_chars(buf, buf + n, value, std::chars_format::general);

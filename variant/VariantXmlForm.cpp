@@ -577,7 +577,11 @@ void AppendAttValueEscaped(std::wstring &out, wchar_t const *text, size_t length
     escapeTo(sink, text, length);
 }
 
-void RevalidateAttValue(std::wstring &text) {
+namespace {
+
+// The first step of both readings below: pairs U+DB80, U+DC00 + c become c.  True when the
+// text holds "&" afterwards.
+bool decodeControls(std::wstring &text) {
     bool hasAmp = false;
     size_t w = 0;
     for (size_t r = 0; r < text.size(); ++r) {
@@ -597,7 +601,47 @@ void RevalidateAttValue(std::wstring &text) {
         text[w++] = c;
     }
     text.resize(w);
-    if (!hasAmp) return;
+    return hasAmp;
+}
+
+// The character of the reference of eight units at `p` ("&#x00" two units ";"), or 0.
+wchar_t referenceAt(wchar_t const *p) {
+    if (p[1] != L'#' || p[2] != L'x' || p[3] != L'0' || p[4] != L'0' || p[7] != L';') return 0;
+    wchar_t const a = p[5], b = p[6];
+    if (a == L'3' && b == L'C') return L'<';
+    if (a == L'2' && b == L'2') return L'"';
+    if (a == L'0' && b == L'd') return L'\r';
+    if (a == L'0' && b == L'a') return L'\n';
+    if (a == L'2' && b == L'6') return L'&';
+    return 0;
+}
+
+}  // namespace
+
+// One pass instead of one per reference: every reference begins with the only "&" it holds and
+// every replacement but the last pass's is a character no reference holds, so the passes of
+// the reference reading replace exactly the references that stand in the text at the start,
+// left to right, and never one that a replacement made.
+void RevalidateAttValue(std::wstring &text) {
+    if (!decodeControls(text)) return;
+    size_t w = 0;
+    size_t const n = text.size();
+    wchar_t *const t = text.data();
+    for (size_t r = 0; r < n;) {
+        if (t[r] == L'&' && n - r >= 8) {
+            if (wchar_t const c = referenceAt(t + r)) {
+                t[w++] = c;
+                r += 8;
+                continue;
+            }
+        }
+        t[w++] = t[r++];
+    }
+    text.resize(w);
+}
+
+void RevalidateAttValueRef(std::wstring &text) {
+    if (!decodeControls(text)) return;
     static constexpr struct {
         wchar_t const *ref;
         wchar_t ch;
@@ -680,6 +724,21 @@ CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t len
         if (!child) continue;
         std::wstring const &n = child->GetName().GetStdString();
         if (n.size() == length && std::wmemcmp(n.data(), name, length) == 0) return child;
+    }
+    return nullptr;
+}
+
+CKrVariant *FindChildLocked(CKrVariant const &v, char16_t const *name) {
+    CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
+    if (!list) return nullptr;
+    size_t const length = std::char_traits<char16_t>::length(name);
+    for (CKrVariant *child : CKrVariantAccess::ItemsOf(list->GetList())) {
+        if (!child) continue;
+        std::wstring const &n = child->GetName().GetStdString();
+        if (n.size() != length) continue;  // spares a visit to the name's units
+        size_t i = 0;
+        while (i < length && static_cast<kr_uint32>(n[i]) == static_cast<kr_uint32>(name[i])) ++i;
+        if (i == length) return child;
     }
     return nullptr;
 }

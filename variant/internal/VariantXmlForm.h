@@ -26,6 +26,8 @@ void AppendAttValueEscaped(std::wstring &out, wchar_t const *text, size_t length
 // literal references "&#x003C;", "&#x0022;", "&#x000d;", "&#x000a;" and last "&#x0026;" become
 // their characters, in that order.
 void RevalidateAttValue(std::wstring &text);
+// The same, one pass per reference as the rule above reads; a fuzz target compares the two.
+void RevalidateAttValueRef(std::wstring &text);
 
 // Appends the element of `v` with its whole subtree: a leaf as <name runtype="t" value="v"/>, a
 // list as <name runtype="t"> children </name>.  Names and run-type names are written as they
@@ -63,6 +65,9 @@ bool IsPlainList(CKrVariant const &v);
 // SearchFixedOneLevel of `length` units for a list `v` (first child of exactly that name, null
 // children skipped; null when none or `v` is no list, without a report), and GetCount.
 CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t length);
+// The same for a zero-terminated name of UTF-16 units (as the XML parser hands names over),
+// compared unit by unit without widening it first.
+CKrVariant *FindChildLocked(CKrVariant const &v, char16_t const *name);
 int CountLocked(CKrVariant const &v);
 
 }  // namespace orvik::detail
