@@ -24,6 +24,15 @@ void registerRecord() {
         sample.Append(CKrVariant(L"y0", L"y"));
         sample.Append(CKrVariant(CKrListVariant(), L"l"));
         CKrVariant::RegisterRunType(sample);
+        // Two members of one name (the first is the one a reading finds) and a nested record.
+        CKrVariant twice(CKrListVariant(), L"RKrFuzzTwice");
+        twice.Append(CKrVariant(1, L"x"));
+        twice.Append(CKrVariant(2, L"x"));
+        CKrVariant nested(CKrListVariant(), L"p");
+        nested.SetRunType(CKrVariantRunType("RKrFuzzPaths"));
+        twice.Append(nested);
+        twice.Append(CKrVariant(L"z0", L"y"));
+        CKrVariant::RegisterRunType(twice);
         return true;
     }();
     (void)done;
@@ -34,14 +43,14 @@ char const *pick(FuzzInput &in, char const *const (&words)[N]) {
     return words[in.byte() % N];
 }
 
-constexpr char const *kNames[] = {"x", "y", "l", "a", "b", "9lives", "\xC3\x84", "x", "y"};
+constexpr char const *kNames[] = {"x", "y", "l", "a", "b", "9lives", "\xC3\x84", "x", "y", "p"};
 constexpr char const *kAttributes[] = {"runtype", "RunType", "RUNTYPE", "value",
                                        "Value",   "VALUE",   "other",   "r\xC4\xB0ntype"};
 constexpr char const *kRunTypes[] = {
-    "",          "CKrStringW", "kr_int32",       "kr_uint32",    "kr_int64",
-    "kr_uint64", "double",     "bool",           "voidPtr",      "CKrByteArray",
-    "unknown",   "UNKNOWN",    "CKrListVariant", "RKrFuzzPaths", "RKrNotRegistered",
-    "CKrStringw"};
+    "",           "CKrStringW",   "kr_int32",       "kr_uint32",    "kr_int64",
+    "kr_uint64",  "double",       "bool",           "voidPtr",      "CKrByteArray",
+    "unknown",    "UNKNOWN",      "CKrListVariant", "RKrFuzzPaths", "RKrNotRegistered",
+    "CKrStringw", "RKrFuzzTwice", "RKrFuzzTwice"};
 constexpr char const *kValues[] = {"",
                                    "12",
                                    "-3.5",

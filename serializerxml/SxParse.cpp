@@ -119,7 +119,8 @@ void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts
     bool decode = false;
     CKrVariant *item = nullptr;
     kr_int32 mark = 0;
-    SxReadState::Entry const &top = s->stack.back();
+    kr_int32 next = -1;
+    SxReadState::Entry &top = s->stack.back();
     CKrVariant &parent = *top.item;
     bool plain;
     {
@@ -128,13 +129,19 @@ void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts
         // A record keeps its members, a list read again its children; nothing else has any to
         // reuse.
         if (plain ? top.mark != 0 : CountLocked(parent) >= 0)
-            item = FindChildLocked(parent, reinterpret_cast<char16_t const *>(name));
-        if (item) mark = CountLocked(*item);
+            item = FindChildLocked(parent, reinterpret_cast<char16_t const *>(name), &top.next);
+        if (item) {
+            mark = CountLocked(*item);
+            // A record's member belongs to the record's tree; a child that a list gained in
+            // this reading carries its own sample's answer, so list children do not inherit.
+            next = !plain && top.next >= 0 ? 0 : -1;
+        }
     }
     if (!item) {
         // The registry is asked outside the list lock: registering a type takes the registry's
         // lock first and the list lock inside it.
         CKrVariant const *sample = s->SampleFor16(runType);
+        next = s->DistinctNames(sample) ? 0 : -1;
         widenInto(s->nameText, name, &decode);
         std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
         if (plain) {
@@ -155,7 +162,7 @@ void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts
             SetValueText(*item, s->valueText.data());
         }
     }
-    s->stack.push_back({item, mark});
+    s->stack.push_back({item, mark, next});
     ++s->depth;
 }
 
@@ -193,6 +200,15 @@ SxReadState::~SxReadState() {
     for (Entry const &e : stack)
         if (e.mark == kScratch) delete e.item;
     if (targetOpen) target->EnableTypeChange(savedTypeChange);
+}
+
+bool SxReadState::DistinctNames(CKrVariant const *sample) {
+    if (!sample) return false;
+    for (auto const &d : distinct)
+        if (d.first == sample) return d.second;
+    bool const yes = NamesDistinct(*sample);
+    if (distinct.size() < kSamplesRemembered) distinct.emplace_back(sample, yes);
+    return yes;
 }
 
 CKrVariant const *SxReadState::SampleFor(wchar_t const *runType) {

@@ -1,13 +1,24 @@
 #include "variant/CKrListVariant.h"
 
+#include <new>
 #include <utility>
 
 #include "variant/CKrVariant.h"
+#include "variant/internal/VariantPool.h"
 #include "variant/internal/VariantTree.h"
 
 std::recursive_mutex &CKrListVariant::GetLock() {
     static std::recursive_mutex lock;
     return lock;
+}
+
+CKrVariant **CKrListVariant::ItemAllocator::allocate(std::size_t n) {
+    if (n > std::size_t(-1) / sizeof(CKrVariant *)) throw std::bad_array_new_length();
+    return static_cast<CKrVariant **>(orvik::detail::PoolAllocate(n * sizeof(CKrVariant *)));
+}
+
+void CKrListVariant::ItemAllocator::deallocate(CKrVariant **p, std::size_t n) noexcept {
+    orvik::detail::PoolRelease(p, n * sizeof(CKrVariant *));
 }
 
 CKrListVariant::CKrListVariant() = default;
@@ -39,7 +50,7 @@ CKrListVariant &CKrListVariant::operator=(CKrListVariant const &other) {
 
 CKrListVariant &CKrListVariant::operator=(CKrListVariant &&other) noexcept {
     if (this == &other) return *this;
-    std::vector<CKrVariant *> old;
+    decltype(m_items) old;
     {
         std::lock_guard<std::recursive_mutex> guard(GetLock());
         old.swap(m_items);
@@ -94,7 +105,7 @@ bool CKrListVariant::Delete(int index) {
 }
 
 void CKrListVariant::RemoveAll() {
-    std::vector<CKrVariant *> old;
+    decltype(m_items) old;
     {
         std::lock_guard<std::recursive_mutex> guard(GetLock());
         old.swap(m_items);

@@ -146,11 +146,13 @@ void CKrVariantAccess::CopyChildren(CKrListVariant const &src, CKrListVariant &d
     // each call works above what it found.
     thread_local Items pending;
     size_t const start = pending.size();
-    std::vector<Frame> stack;
-    stack.reserve(8);
+    // The frames likewise: copying a record is frequent enough that a stack of its own would
+    // cost an allocation per copy.
+    thread_local std::vector<Frame> stack;
+    size_t const bottom = stack.size();
     stack.push_back({&src.m_items, &dst.m_items, 0, start});
     try {
-        while (!stack.empty()) {
+        while (stack.size() > bottom) {
             Frame &f = stack.back();
             if (f.next == f.from->size()) {
                 Items &to = *f.to;
@@ -174,6 +176,7 @@ void CKrVariantAccess::CopyChildren(CKrListVariant const &src, CKrListVariant &d
                     {&sl->m_items, &dl->m_items, 0, pending.size()});  // `f` is stale now
         }
     } catch (...) {
+        stack.resize(bottom);
         // Copies not yet attached: the deeper ones lie above the shallower ones, and a pending
         // node owns only children that were attached already.
         while (pending.size() > start) {
@@ -184,6 +187,7 @@ void CKrVariantAccess::CopyChildren(CKrListVariant const &src, CKrListVariant &d
     }
     if (pending.capacity() > 65536 && start == 0)
         Items().swap(pending);  // do not keep a huge buffer
+    if (stack.capacity() > 4096 && bottom == 0) std::vector<Frame>().swap(stack);  // nor this
 }
 
 // Nodes waiting to be destroyed are chained through their m_ppData field (the debugger pointer

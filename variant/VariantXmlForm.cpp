@@ -2,6 +2,7 @@
 // the attribute-value escaper and its reverse, and the node-building helpers of the reader.
 #include "variant/internal/VariantXmlForm.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -728,19 +729,52 @@ CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t len
     return nullptr;
 }
 
-CKrVariant *FindChildLocked(CKrVariant const &v, char16_t const *name) {
+CKrVariant *FindChildLocked(CKrVariant const &v, char16_t const *name, kr_int32 *hint) {
     CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
     if (!list) return nullptr;
     size_t const length = std::char_traits<char16_t>::length(name);
-    for (CKrVariant *child : CKrVariantAccess::ItemsOf(list->GetList())) {
-        if (!child) continue;
+    auto const named = [name, length](CKrVariant const *child) {
+        if (!child) return false;
         std::wstring const &n = child->GetName().GetStdString();
-        if (n.size() != length) continue;  // spares a visit to the name's units
+        if (n.size() != length) return false;  // spares a visit to the name's units
         size_t i = 0;
         while (i < length && static_cast<kr_uint32>(n[i]) == static_cast<kr_uint32>(name[i])) ++i;
-        if (i == length) return child;
+        return i == length;
+    };
+    auto const &items = CKrVariantAccess::ItemsOf(list->GetList());
+    // Members are usually read in their order: with distinct names, the one after the last
+    // found is the first of its name if it has this name at all.
+    if (*hint >= 0 && static_cast<size_t>(*hint) < items.size() && named(items[*hint]))
+        return items[(*hint)++];
+    for (size_t i = 0; i < items.size(); ++i) {
+        if (named(items[i])) {
+            if (*hint >= 0) *hint = static_cast<kr_int32>(i + 1);
+            return items[i];
+        }
     }
     return nullptr;
+}
+
+bool NamesDistinct(CKrVariant const &v) {
+    std::lock_guard<std::recursive_mutex> guard(CKrListVariant::GetLock());
+    std::vector<CKrVariant const *> pending{&v};
+    std::vector<std::wstring const *> names;
+    while (!pending.empty()) {
+        CKrVariantDataCKrListVariant const *list = CKrVariantAccess::ListOf(*pending.back());
+        pending.pop_back();
+        if (!list) continue;
+        names.clear();
+        for (CKrVariant const *child : CKrVariantAccess::ItemsOf(list->GetList())) {
+            if (!child) continue;
+            names.push_back(&child->GetName().GetStdString());
+            pending.push_back(child);
+        }
+        std::sort(names.begin(), names.end(),
+                  [](std::wstring const *a, std::wstring const *b) { return *a < *b; });
+        for (size_t i = 1; i < names.size(); ++i)
+            if (*names[i] == *names[i - 1]) return false;
+    }
+    return true;
 }
 
 int CountLocked(CKrVariant const &v) {

@@ -12,6 +12,7 @@
 #ifndef ORVIK_VARIANT_CKRLISTVARIANT_H
 #define ORVIK_VARIANT_CKRLISTVARIANT_H
 
+#include <cstddef>
 #include <mutex>
 #include <vector>
 
@@ -47,7 +48,21 @@ public:
 
 private:
     friend struct CKrVariantAccess;
-    std::vector<CKrVariant *> m_items;
+    // Child arrays of up to sixteen entries come from the library's pool of small objects (most
+    // lists are records of a handful of members, made and destroyed with their tree); larger
+    // ones from operator new.  Stateless: any two compare equal.
+    struct ItemAllocator {
+        using value_type = CKrVariant *;
+        template <class U>
+        struct rebind {
+            using other = ItemAllocator;  // only ever asked for its own value type
+        };
+        CKrVariant **allocate(std::size_t n);
+        void deallocate(CKrVariant **p, std::size_t n) noexcept;
+        bool operator==(ItemAllocator const &) const { return true; }
+        bool operator!=(ItemAllocator const &) const { return false; }
+    };
+    std::vector<CKrVariant *, ItemAllocator> m_items;
 };
 
 #endif

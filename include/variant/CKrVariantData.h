@@ -39,7 +39,9 @@
 
 class ORVIK_API CKrVariantData {
 public:
-    // Which holder class an object is; lets the variant convert without comparing names.
+    // Which holder class an object is; lets the variant convert without comparing names.  A
+    // holder class of a user passes krDATA_OTHER (the others name the library's own classes
+    // and are taken at their word: krDATA_LIST is read as "derives from the list holder").
     enum EKrDataKind {
         krDATA_OTHER = 0,
         krDATA_INT32,

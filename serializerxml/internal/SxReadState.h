@@ -5,6 +5,7 @@
 
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/KrTypes.h"
@@ -18,6 +19,11 @@ struct SxReadState {
     struct Entry {
         CKrVariant *item;
         kr_int32 mark;  // child count when the element opened; -2: a scratch node owned here
+        // The fast callback's hint: where the next child is looked for first, when no two
+        // children of any list below `item` share a name (a copy of a sample known for that;
+        // a reading adds a child to a list that it searches only when the name is not there);
+        // -1 when that is not known.
+        kr_int32 next = -1;
     };
     static constexpr kr_int32 kFinished = 100;
     static constexpr kr_int32 kBadRoot = -100;
@@ -69,6 +75,10 @@ struct SxReadState {
         CKrVariant const *sample;
     };
     std::vector<Recent16> recent16;
+    // True when no list in `sample`'s tree has two children of one name (remembered per
+    // sample; false for null).
+    bool DistinctNames(CKrVariant const *sample);
+    std::vector<std::pair<CKrVariant const *, bool>> distinct;
     CKrVariant const *noRunType = nullptr;
     bool noRunTypeKnown = false;
     std::wstring scratch;  // widened text for the fast element callback

@@ -14,7 +14,7 @@
 #define KR_VARIANT_SOURCE L"variant/CKrVariant"
 
 struct CKrVariantAccess {
-    using Items = std::vector<CKrVariant *>;
+    using Items = decltype(CKrListVariant::m_items);
 
     static Items &ItemsOf(CKrListVariant &list) { return list.m_items; }
     static Items const &ItemsOf(CKrListVariant const &list) { return list.m_items; }
@@ -27,11 +27,15 @@ struct CKrVariantAccess {
         return new CKrVariant(CKrVariant::RawTag{}, CKrStringW(), nullptr, false);
     }
 
-    // The list holder of `v`, or null when `v` is no list.
+    // The list holder of `v`, or null when `v` is no list.  The library's own holders say what
+    // they are by their kind; only holders of other classes are asked (IsArray).
     static CKrVariantDataCKrListVariant *ListOf(CKrVariant const &v) {
-        return (v.m_pData && v.m_pData->IsArray())
-                   ? static_cast<CKrVariantDataCKrListVariant *>(v.m_pData)
-                   : nullptr;
+        CKrVariantData *d = v.m_pData;
+        if (!d) return nullptr;
+        CKrVariantData::EKrDataKind const kind = d->GetKind();
+        bool const list = kind == CKrVariantData::krDATA_LIST ||
+                          (kind == CKrVariantData::krDATA_OTHER && d->IsArray());
+        return list ? static_cast<CKrVariantDataCKrListVariant *>(d) : nullptr;
     }
 
     // A copy of `src` without its children (name, flag, value; a list gets its run type and

@@ -66,8 +66,12 @@ bool IsPlainList(CKrVariant const &v);
 // children skipped; null when none or `v` is no list, without a report), and GetCount.
 CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t length);
 // The same for a zero-terminated name of UTF-16 units (as the XML parser hands names over),
-// compared unit by unit without widening it first.
-CKrVariant *FindChildLocked(CKrVariant const &v, char16_t const *name);
+// compared unit by unit without widening it first.  With `hint` not negative, the caller knows
+// that no two children of `v` share a name: the child at *hint is tried first, and *hint is set
+// past the child found.
+CKrVariant *FindChildLocked(CKrVariant const &v, char16_t const *name, kr_int32 *hint);
+// True when no list in the tree of `v` has two children of one name.
+bool NamesDistinct(CKrVariant const &v);
 int CountLocked(CKrVariant const &v);
 
 }  // namespace orvik::detail
