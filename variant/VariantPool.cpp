@@ -28,7 +28,6 @@ namespace {
 constexpr size_t kGrain = 16;                       // class c holds blocks of (c + 1) * kGrain
 constexpr size_t kClasses = kPoolLargest / kGrain;  // 8
 constexpr size_t kBatch = 128;                      // blocks traded with the shared list at once
-constexpr size_t kLocalLimit = 8 * kBatch;          // a thread keeps at most this many per class
 constexpr size_t kChunkBytes = size_t(1) << 18;     // 256 KiB per chunk
 
 struct Block {
@@ -135,11 +134,17 @@ Shared &shared() {
 
 // Per thread.  Trivially destructible and constant-initialised, so it stays usable while the
 // thread's other thread_local objects are being destroyed.
+//
+// Per class, blocks are handed out from `head` (a list of `count` blocks that ends in null).  A
+// released block goes onto `head`; when that list has grown to a whole batch it is set aside
+// in `spare`, and a spare batch already there goes to the shared list.  So a thread keeps at
+// most two batches per class and trades whole batches only, never walking a list to cut one.
 struct Local {
     Block *head[kClasses];
     size_t count[kClasses];
-    bool registered;  // the flush below is armed
-    bool gone;        // the lists went back at thread end: release straight to the shared list
+    Block *spare[kClasses];  // a full batch, or null
+    bool registered;         // the flush below is armed
+    bool gone;  // the lists went back at thread end: release straight to the shared list
 };
 thread_local Local tLocal;
 
@@ -155,8 +160,10 @@ struct LocalFlush {
                 while (last->next) last = last->next;
                 s.give(c, first, last);
             }
+            if (l.spare[c]) s.giveBatch(c, l.spare[c]);
             l.head[c] = nullptr;
             l.count[c] = 0;
+            l.spare[c] = nullptr;
         }
         l.gone = true;
     }
@@ -189,14 +196,18 @@ void *PoolAllocate(size_t size) {
         __builtin_prefetch(next, 1);
         return b;
     }
-    Shared &s = shared();
-    std::lock_guard<std::mutex> guard(s.lock);
-    if (!armed(l)) {
-        size_t got = 0;
-        return s.take(c, 1, &got);
-    }
+    Block *list;
     size_t got = 0;
-    Block *list = s.take(c, kBatch, &got);
+    if (Block *spare = l.spare[c]) {
+        list = spare;
+        got = kBatch;
+        l.spare[c] = nullptr;
+    } else {
+        Shared &s = shared();
+        std::lock_guard<std::mutex> guard(s.lock);
+        if (!armed(l)) return s.take(c, 1, &got);
+        list = s.take(c, kBatch, &got);
+    }
     l.head[c] = list->next;
     l.count[c] = got - 1;
     return list;
@@ -219,17 +230,17 @@ void PoolRelease(void *p, size_t size) noexcept {
     }
     b->next = l.head[c];
     l.head[c] = b;
-    if (++l.count[c] <= kLocalLimit) return;
-    // Too many kept here (a thread that frees what others make): the most recent batch goes to
-    // the shared list.
-    Block *last = b;
-    for (size_t n = 1; n < kBatch; ++n) last = last->next;
-    l.head[c] = last->next;
-    last->next = nullptr;
-    l.count[c] -= kBatch;
+    if (++l.count[c] < kBatch) return;
+    // A whole batch: set it aside, and pass on the one set aside before (a thread that frees
+    // what others make).
+    Block *full = l.spare[c];
+    l.spare[c] = b;
+    l.head[c] = nullptr;
+    l.count[c] = 0;
+    if (!full) return;
     Shared &s = shared();
     std::lock_guard<std::mutex> guard(s.lock);
-    s.giveBatch(c, b);
+    s.giveBatch(c, full);
 }
 
 #endif
