@@ -718,17 +718,6 @@ bool HoldsStringW(CKrVariant const &v) {
     return data && data->GetKind() == CKrVariantData::krDATA_STRINGW;
 }
 
-CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t length) {
-    CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
-    if (!list) return nullptr;
-    for (CKrVariant *child : CKrVariantAccess::ItemsOf(list->GetList())) {
-        if (!child) continue;
-        std::wstring const &n = child->GetName().GetStdString();
-        if (n.size() == length && std::wmemcmp(n.data(), name, length) == 0) return child;
-    }
-    return nullptr;
-}
-
 CKrVariant *FindChildLocked(CKrVariant const &v, char16_t const *name, kr_int32 *hint) {
     CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
     if (!list) return nullptr;
@@ -775,16 +764,6 @@ bool NamesDistinct(CKrVariant const &v) {
             if (*names[i] == *names[i - 1]) return false;
     }
     return true;
-}
-
-int CountLocked(CKrVariant const &v) {
-    CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
-    return list ? static_cast<int>(CKrVariantAccess::ItemsOf(list->GetList()).size()) : -1;
-}
-
-bool IsPlainList(CKrVariant const &v) {
-    CKrVariantDataCKrListVariant const *list = CKrVariantAccess::ListOf(v);
-    return list && list->IsPlainList();
 }
 
 }  // namespace orvik::detail

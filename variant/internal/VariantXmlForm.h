@@ -9,6 +9,7 @@
 #include <string>
 
 #include "variant/CKrVariant.h"
+#include "variant/internal/VariantTree.h"
 
 namespace orvik::detail {
 
@@ -60,19 +61,24 @@ void SetValueText(CKrVariant &v, wchar_t const *text);
 // True when `v` holds a "CKrStringW" value.
 bool HoldsStringW(CKrVariant const &v);
 // True when `v` holds a list whose run type is the plain list type.
-bool IsPlainList(CKrVariant const &v);
+inline bool IsPlainList(CKrVariant const &v) {
+    CKrVariantDataCKrListVariant const *list = CKrVariantAccess::ListOf(v);
+    return list && list->IsPlainList();
+}
 // With the list lock held by the caller (so that a reader takes it once per element):
-// SearchFixedOneLevel of `length` units for a list `v` (first child of exactly that name, null
-// children skipped; null when none or `v` is no list, without a report), and GetCount.
-CKrVariant *FindChildLocked(CKrVariant const &v, wchar_t const *name, size_t length);
-// The same for a zero-terminated name of UTF-16 units (as the XML parser hands names over),
-// compared unit by unit without widening it first.  With `hint` not negative, the caller knows
-// that no two children of `v` share a name: the child at *hint is tried first, and *hint is set
-// past the child found.
+// SearchFixedOneLevel for a list `v` (first child of exactly that name, null children skipped;
+// null when none or `v` is no list, without a report), for a zero-terminated name of UTF-16
+// units (as the XML parser hands names over), compared unit by unit without widening it first.
+// With `hint` not negative, the caller knows that no two children of `v` share a name: the
+// child at *hint is tried first, and *hint is set past the child found.
 CKrVariant *FindChildLocked(CKrVariant const &v, char16_t const *name, kr_int32 *hint);
+// GetCount, with the list lock held by the caller.
+inline int CountLocked(CKrVariant const &v) {
+    CKrVariantDataCKrListVariant *list = CKrVariantAccess::ListOf(v);
+    return list ? static_cast<int>(CKrVariantAccess::ItemsOf(list->GetList()).size()) : -1;
+}
 // True when no list in the tree of `v` has two children of one name.
 bool NamesDistinct(CKrVariant const &v);
-int CountLocked(CKrVariant const &v);
 
 }  // namespace orvik::detail
 
