@@ -155,9 +155,8 @@ void XMLCALL onStartFast(void *user, XML_Char const *name, XML_Char const **atts
     if (value) {
         size_t const length = widenInto(s->valueText, value, &decode);
         if (decode && HoldsStringW(*item)) {  // decoded only when that could change it
-            s->value.assign(s->valueText.data(), length);
-            RevalidateAttValue(s->value);
-            SetValueText(*item, s->value.c_str());
+            s->valueText[RevalidateAttValue(s->valueText.data(), length)] = 0;
+            SetValueText(*item, s->valueText.data());
         } else {
             SetValueText(*item, s->valueText.data());
         }

@@ -113,8 +113,7 @@ CKrVariant *CKrVariantAccess::ShallowClone(CKrVariant const &src, CKrListVariant
     *dstList = nullptr;
     CKrVariantData *data = nullptr;
     if (CKrVariantData const *s = src.m_pData) {
-        if (s->IsArray()) {
-            auto const *sl = static_cast<CKrVariantDataCKrListVariant const *>(s);
+        if (CKrVariantDataCKrListVariant const *sl = ListOf(src)) {
             auto *dl = new CKrVariantDataCKrListVariant();
             dl->SetRunType(sl->GetRunType());
             *srcList = &sl->GetList();

@@ -580,8 +580,8 @@ void AppendAttValueEscaped(std::wstring &out, wchar_t const *text, size_t length
 
 namespace {
 
-// The first step of both readings below: pairs U+DB80, U+DC00 + c become c.  True when the
-// text holds "&" afterwards.
+// The first step of the pass-per-reference reading: pairs U+DB80, U+DC00 + c become c.  True
+// when the text holds "&" afterwards.
 bool decodeControls(std::wstring &text) {
     bool hasAmp = false;
     size_t w = 0;
@@ -619,17 +619,26 @@ wchar_t referenceAt(wchar_t const *p) {
 
 }  // namespace
 
-// One pass instead of one per reference: every reference begins with the only "&" it holds and
-// every replacement but the last pass's is a character no reference holds, so the passes of
-// the reference reading replace exactly the references that stand in the text at the start,
-// left to right, and never one that a replacement made.
-void RevalidateAttValue(std::wstring &text) {
-    if (!decodeControls(text)) return;
+// One pass instead of one per step and reference: every reference begins with the only "&" it
+// holds, and neither a control character nor a replacement other than the last pass's is a
+// character a reference holds, so the reference reading replaces exactly the references that
+// stand in the text at the start (outside the control pairs), left to right, and never one that
+// a replacement made.
+size_t RevalidateAttValue(wchar_t *t, size_t n) {
     size_t w = 0;
-    size_t const n = text.size();
-    wchar_t *const t = text.data();
     for (size_t r = 0; r < n;) {
-        if (t[r] == L'&' && n - r >= 8) {
+        wchar_t const u = t[r];
+        if (u == 0xDB80 && r + 1 < n) {
+            wchar_t const d = t[r + 1];
+            if (d >= 0xDC00 && d < 0xDC00 + 32) {
+                wchar_t const ctl = d - 0xDC00;
+                if (ctl != 9 && ctl != 10 && ctl != 13) {
+                    t[w++] = ctl;
+                    r += 2;
+                    continue;
+                }
+            }
+        } else if (u == L'&' && n - r >= 8) {
             if (wchar_t const c = referenceAt(t + r)) {
                 t[w++] = c;
                 r += 8;
@@ -638,7 +647,11 @@ void RevalidateAttValue(std::wstring &text) {
         }
         t[w++] = t[r++];
     }
-    text.resize(w);
+    return w;
+}
+
+void RevalidateAttValue(std::wstring &text) {
+    text.resize(RevalidateAttValue(text.data(), text.size()));
 }
 
 void RevalidateAttValueRef(std::wstring &text) {

@@ -27,6 +27,8 @@ void AppendAttValueEscaped(std::wstring &out, wchar_t const *text, size_t length
 // literal references "&#x003C;", "&#x0022;", "&#x000d;", "&#x000a;" and last "&#x0026;" become
 // their characters, in that order.
 void RevalidateAttValue(std::wstring &text);
+// The same on `n` units in place; returns the new length (never more than `n`).
+size_t RevalidateAttValue(wchar_t *text, size_t n);
 // The same, one pass per reference as the rule above reads; a fuzz target compares the two.
 void RevalidateAttValueRef(std::wstring &text);
 
