@@ -91,16 +91,39 @@ double ReadDouble(wchar_t const *text) {
         buf[n++] = static_cast<char>(c);
         return true;
     };
-    if (*p == L'-' && !put(*p++)) return ReadDoubleRef(text);
+    bool const negative = *p == L'-';
+    if (negative && !put(*p++)) return ReadDoubleRef(text);
     size_t digits = 0;
-    for (; isDigit(*p); ++p, ++digits)
+    size_t fraction = 0;
+    unsigned long long mantissa = 0;  // exact while digits <= 19
+    for (; isDigit(*p); ++p, ++digits) {
         if (!put(*p)) return ReadDoubleRef(text);
-    if (*p == L'.') {
+        mantissa = mantissa * 10 + static_cast<unsigned>(*p - L'0');
+    }
+    bool const point = *p == L'.';
+    if (point) {
         if (!put(*p++)) return ReadDoubleRef(text);
-        for (; isDigit(*p); ++p, ++digits)
+        for (; isDigit(*p); ++p, ++digits, ++fraction) {
             if (!put(*p)) return ReadDoubleRef(text);
+            mantissa = mantissa * 10 + static_cast<unsigned>(*p - L'0');
+        }
     }
     if (digits == 0) return ReadDoubleRef(text);
+    // The short decimals the writer makes: with at most 15 digits the mantissa and 10^fraction
+    // (fraction <= 22) are exact doubles, so their quotient is the correctly rounded value.
+    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                         1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                         1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    if (*p == 0 && digits <= 15) {
+        // atof reads the decimal point of the current locale (the C library's radix character,
+        // which localeconv() also reports, but without filling a whole structure per call).
+        char const *radix = point ? nl_langinfo(RADIXCHAR) : ".";
+        if (radix[0] == '.' && radix[1] == 0) {
+            double const value = static_cast<double>(mantissa) / kPowers[fraction];
+            return negative ? -value : value;
+        }
+        return ReadDoubleRef(text);
+    }
     if (*p == L'e' || *p == L'E') {
         if (!put(*p++)) return ReadDoubleRef(text);
         if ((*p == L'+' || *p == L'-') && !put(*p++)) return ReadDoubleRef(text);
@@ -110,10 +133,8 @@ double ReadDouble(wchar_t const *text) {
         if (expDigits == 0) return ReadDoubleRef(text);
     }
     if (*p != 0) return ReadDoubleRef(text);
-    // atof reads the decimal point of the current locale (the C library's radix character,
-    // which localeconv() also reports, but without filling a whole structure per call).
-    char const *point = nl_langinfo(RADIXCHAR);
-    if (point[0] != '.' || point[1] != 0) return ReadDoubleRef(text);
+    char const *radix = nl_langinfo(RADIXCHAR);
+    if (radix[0] != '.' || radix[1] != 0) return ReadDoubleRef(text);
     double value = 0;
     auto r = std::from_chars(buf, buf + n, value, std::chars_format::general);
     if (r.ec != std::errc() || r.ptr != buf + n) return ReadDoubleRef(text);
