@@ -16,9 +16,9 @@
 #include <cstring>
 #include <ctime>
 
-#include "../time/internal/TimeCalendar.h"
 #include "strings/CKrStringW.h"
 #include "time/KrDateTime.h"
+#include "time/internal/TimeCalendar.h"
 
 namespace {
 

@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
-#include "../variant/internal/LvLayout.h"  // the name order: fast comparison and its reference
 #include "variant/CKrLiteVariantR.h"
 #include "variant/CKrLiteVariantW.h"
+#include "variant/internal/LvLayout.h"  // the name order: fast comparison and its reference
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-#include "../variant/internal/VariantValueScan.h"
+#include "variant/internal/VariantValueScan.h"
 
 namespace {
 

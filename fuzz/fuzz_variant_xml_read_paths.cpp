@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "../serializerxml/internal/SxReadState.h"
-#include "../variant/internal/VariantXmlForm.h"
 #include "FuzzInput.h"
+#include "serializerxml/internal/SxReadState.h"
 #include "variant/CKrVariant.h"
+#include "variant/internal/VariantXmlForm.h"
 
 namespace {
 

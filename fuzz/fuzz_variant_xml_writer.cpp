@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string>
 
-#include "../variant/internal/VariantXmlForm.h"
 #include "FuzzInput.h"
 #include "variant/CKrVariant.h"
+#include "variant/internal/VariantXmlForm.h"
 
 namespace {
 

@@ -23,8 +23,8 @@
 #include <string>
 #include <vector>
 
-#include "../tests/common/XmlTreeSignature.h"
 #include "platform/KrPlatform.h"
+#include "tests/common/XmlTreeSignature.h"
 #include "xmltree/CKrXMLTree.h"
 
 namespace {
